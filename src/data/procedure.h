@@ -1,0 +1,22 @@
+// The module `Procedure`: opening and releasing the shared files, and the system's names.
+#pragma once
+
+#include "platform/host.h"
+
+#include <string>
+
+namespace corvalissement::Procedure {
+
+// Opens the thirteen files of Variable::Files on Variable::TheDatabase. Called once, by Init; a failure
+// reaches the host, with the files before it open.
+void Proc_OuvreFichiers();
+
+// Releases the slots, the files and Variable::TheDatabase, in this order. Called once, at the end of the
+// view. TheClient stays.
+void Proc_FermeFichiers();
+
+// Name of the logged-on user, at most 19 characters, and of the computer; neither in capitals.
+[[nodiscard]] std::string Proc_NomUtilisateur(HostServices& host);
+[[nodiscard]] std::string Proc_NomOrdinateur(HostServices& host);
+
+} // namespace corvalissement::Procedure

@@ -1,0 +1,42 @@
+// The rights of the logged-on user, as the host hands them in, and the help object.
+#pragma once
+
+#include "data/tarvex.h"
+#include "platform/host.h"
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+namespace corvalissement {
+
+inline constexpr std::string_view RIGHT_EDITION = "EDITCORVALISSEMENT";
+inline constexpr std::int32_t LEVEL_EDITION = 2; // the user may run the edition
+
+class UserRight {
+public:
+    virtual ~UserRight() = default;
+    [[nodiscard]] virtual std::int32_t Niveau() const = 0;
+};
+
+class UserRights {
+public:
+    virtual ~UserRights() = default;
+    [[nodiscard]] virtual std::shared_ptr<UserRight> DroitSur(std::string_view key) = 0;
+};
+
+// Shows help pages. The client and the session are kept for the page that wants them.
+class AideObject {
+public:
+    void AideClient(std::shared_ptr<TarvexClient> client) { client_ = std::move(client); }
+    void AideBase(std::shared_ptr<TarvexSession> session) { session_ = std::move(session); }
+    void AidePage(HostServices& host, std::string_view page, std::string_view kind, std::string_view title) {
+        host.show_help(page, kind, title);
+    }
+
+private:
+    std::shared_ptr<TarvexClient> client_;
+    std::shared_ptr<TarvexSession> session_;
+};
+
+} // namespace corvalissement
