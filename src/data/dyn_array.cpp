@@ -54,15 +54,18 @@ void DynArray::index() const {
 std::string_view DynArray::operator()(std::size_t a) const {
     if (in_parts_) return a >= 1 && a <= parts_.size() ? std::string_view(parts_[a - 1]) : std::string_view();
     index();
-    if (a < 1 || a + 1 > starts_.size()) return {};
+    if (a < 1 || a >= starts_.size()) return {};
     return std::string_view(text_).substr(starts_[a - 1], starts_[a] - starts_[a - 1] - 1);
 }
 
 const std::vector<std::uint32_t>& DynArray::value_index(std::size_t a, std::string_view attribute) const {
-    for (std::size_t i = 0; i < values_used_; ++i)
+    for (std::size_t i = 0; i < values_.size() && i < values_used_; ++i)
         if (values_[i].attribute == a) return values_[i].starts;
-    if (values_used_ == values_.size()) values_.emplace_back();
-    Values& values = values_[values_used_++];
+    // Only so many are kept: a long list whose attributes are each asked once must not keep an index of each.
+    constexpr std::size_t KEPT = 4;
+    const std::size_t place = values_used_++ % KEPT;
+    if (place == values_.size()) values_.emplace_back();
+    Values& values = values_[place];
     values.attribute = a;
     values.starts.clear();
     values.starts.push_back(0);
@@ -73,6 +76,7 @@ const std::vector<std::uint32_t>& DynArray::value_index(std::size_t a, std::stri
 }
 
 std::string_view DynArray::operator()(std::size_t a, std::size_t v) const {
+    if (v < 1) return {};
     const std::string_view attribute = (*this)(a);
     // A list of a million keys has one value in each attribute: it must not grow a million indexes.
     if (attribute.size() < 64) {
@@ -85,7 +89,7 @@ std::string_view DynArray::operator()(std::size_t a, std::size_t v) const {
         return attribute.substr(start, attribute.find(VALUE_MARK, start) - start);
     }
     const std::vector<std::uint32_t>& starts = value_index(a, attribute);
-    if (v < 1 || v + 1 > starts.size()) return {};
+    if (v >= starts.size()) return {};
     return attribute.substr(starts[v - 1], starts[v] - starts[v - 1] - 1);
 }
 

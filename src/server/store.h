@@ -52,7 +52,8 @@ public:
     virtual void commit() = 0;
     virtual void rollback() noexcept = 0;
 
-    // Between the two, reads see one state of the base whatever others write. Nested at will.
+    // Between the two, reads see one state of the base whatever others write. Nested at will. A write by
+    // this object itself ends that state: the reads that follow see a new one, which holds the write.
     virtual void begin_reading() = 0;
     virtual void end_reading() = 0;
 
@@ -83,9 +84,14 @@ private:
 
 enum class OpenMode { must_exist, create };
 
+// How long a writer waits for another one before it gives up, in thousandths of a second.
+inline constexpr int WRITER_PATIENCE_MS = 5000;
+
 // Opens the base kept in the file `path`. A path that is no base, a damaged base, a base held by another
-// process for longer than it should: StepFailure (ERR_STORE) with one clear line in French.
-[[nodiscard]] std::unique_ptr<Store> open_embedded_store(const std::string& path, OpenMode mode);
+// process for longer than `patience_ms`: StepFailure (ERR_STORE) with one clear line in French. A base that
+// may only be read opens for reading; writes then fail.
+[[nodiscard]] std::unique_ptr<Store> open_embedded_store(const std::string& path, OpenMode mode,
+                                                         int patience_ms = WRITER_PATIENCE_MS);
 
 // A base in memory, and a store on it. Stores on the same base are two users of it.
 class MemoryBase;

@@ -1,0 +1,58 @@
+// Takes accounting entry files in the French statutory format (FEC) into a base.
+#pragma once
+
+#include "server/store.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace corvalissement {
+
+struct FecOptions {
+    std::vector<std::string> paths; // "-" is the standard input
+    std::string entity;             // 3 characters
+    std::string name;
+    std::string address; // "L1|L2|CP VILLE", "" to leave the address as it is
+    // Bounds of year N as day numbers. Without them they are those of the base, else worked out from the
+    // first file (see fiscal_years.h).
+    std::optional<std::int64_t> first_day;
+    std::optional<std::int64_t> last_day;
+    bool drafts = false;         // lines without a validation date become draft sequences
+    bool auxiliaries = false;    // third parties get accounts of their own below "40" and "41"
+    bool outside_bounds = false; // lines outside the three years are left out and counted
+};
+
+// What the files stand for. Counts are of the files, not of what was new to the base.
+struct FecSummary {
+    std::uint64_t lines = 0;    // data lines
+    std::uint64_t entries = 0;  // entry records, drafts not among them
+    std::uint64_t accounts = 0; // different ones, of entries and drafts
+    std::uint64_t journals = 0;
+    std::uint64_t drafts = 0;         // draft sequences
+    std::uint64_t outside_bounds = 0; // lines left out
+    std::string debit;                // sums of all data lines, whole hundredths
+    std::string credit;
+    std::vector<std::string> remarks; // in French: what was altered or is odd
+
+    // One line of JSON, with the French names of the command line, without a line end.
+    [[nodiscard]] std::string to_json() const;
+};
+
+// What is wrong with the options, in French; "" when nothing is. The files are not looked at.
+[[nodiscard]] std::string fault_of_options(const FecOptions& options);
+
+// Takes all the files in one transaction. What cannot be taken is BadInput (file, line, reason) and leaves
+// the base as it was, and so do bounds that contradict those of the base, or a file taken before with other
+// options. A file that the base has already is passed over and gives its summary again. A further file of
+// the same entity is added: line numbers go on, balances grow.
+//
+// The files are read line by line, in two passes over their content after one over their bytes; memory
+// grows with the number of entries (some 20 bytes each), not with the size of the file. `progress`, which
+// may be empty, gets what is done from 0 to 1.
+FecSummary import_fec(Store& store, const FecOptions& options,
+                      const std::function<void(double fraction)>& progress);
+
+} // namespace corvalissement

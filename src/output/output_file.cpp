@@ -1,0 +1,197 @@
+#include "output/output_file.h"
+
+#include "platform/failures.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace corvalissement {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t BUFFER_BYTES = 65536;
+constexpr mode_t NEW_FILE_MODE = 0666; // less the user's mask
+constexpr mode_t PERMISSION_BITS = 0777;
+
+struct Reason {
+    int number;
+    std::string_view text;
+};
+
+constexpr std::array REASONS{
+    Reason{ENOENT, "le dossier n'existe pas"},
+    Reason{ENOTDIR, "le chemin passe par un fichier qui n'est pas un dossier"},
+    Reason{EISDIR, "c'est un dossier"},
+    Reason{EACCES, "l'accès est refusé"},
+    Reason{EPERM, "l'accès est refusé"},
+    Reason{EROFS, "le disque est en lecture seule"},
+    Reason{ENOSPC, "le disque est plein"},
+    Reason{EDQUOT, "la place accordée sur le disque est épuisée"},
+    Reason{EFBIG, "le fichier devient trop grand"},
+    Reason{ENAMETOOLONG, "le nom est trop long"},
+    Reason{ELOOP, "les liens symboliques tournent en rond"},
+    Reason{EIO, "erreur de lecture ou d'écriture du disque"},
+    Reason{EPIPE, "le programme qui lisait s'est arrêté"},
+    Reason{ENXIO, "le périphérique n'est pas là"},
+    Reason{EMFILE, "trop de fichiers sont ouverts"},
+    Reason{ENFILE, "trop de fichiers sont ouverts"},
+};
+
+// Names of a descriptor that the process was started with. What lies behind may well be a regular file,
+// but the one who redirected it holds it open: a file renamed over it would never reach him.
+bool names_a_descriptor(const std::string& path) {
+    return path == "/dev/stdout" || path == "/dev/stderr" || path.starts_with("/dev/fd/") ||
+           path.starts_with("/proc/self/fd/");
+}
+
+std::string folder_of(const std::string& path) {
+    const std::string folder = fs::path(path).parent_path().string();
+    return folder.empty() ? "." : folder;
+}
+
+std::string folder_for_temporaries() {
+    std::error_code ignored;
+    const fs::path folder = fs::temp_directory_path(ignored);
+    return folder.empty() ? "." : folder.string();
+}
+
+// A name that no other output of this machine uses: the process and a count within it. The rest of the
+// name is fixed, so that it never outgrows what the file system allows.
+std::string temporary_name(const std::string& folder) {
+    static std::atomic<unsigned> count{0};
+    return folder + "/.corvalissement-" + std::to_string(::getpid()) + "-" + std::to_string(++count) + ".tmp";
+}
+
+} // namespace
+
+std::string system_reason(int error_number) {
+    for (const Reason& reason : REASONS)
+        if (reason.number == error_number) return std::string(reason.text);
+    return "erreur " + std::to_string(error_number) + " du système";
+}
+
+OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
+    buffer_.reserve(BUFFER_BYTES);
+    reason_.reserve(128);
+    open();
+}
+
+OutputFile::~OutputFile() { discard(); }
+
+void OutputFile::open() {
+    if (path_.empty()) return fail("aucun nom de fichier n'est donné");
+    struct stat status {};
+    const bool there = ::stat(path_.c_str(), &status) == 0;
+    if (!there && errno != ENOENT) return fail_with_errno(errno);
+    if (there && S_ISDIR(status.st_mode)) return fail_with_errno(EISDIR);
+    if (names_a_descriptor(path_) || (there && !S_ISREG(status.st_mode))) return open_straight(path_);
+    if (there && ::access(path_.c_str(), W_OK) != 0) return fail_with_errno(errno);
+    std::error_code failed;
+    target_ = there ? fs::canonical(path_, failed).string() : path_;
+    if (failed) return fail_with_errno(failed.value());
+    folder_ = folder_of(target_);
+    open_temporary(there ? static_cast<int>(status.st_mode & PERMISSION_BITS) : -1);
+}
+
+void OutputFile::open_straight(const std::string& target) {
+    folder_ = folder_for_temporaries();
+    descriptor_ = ::open(target.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    if (descriptor_ < 0) fail_with_errno(errno);
+}
+
+// `mode` is that of the file to be replaced, -1 for a new one.
+void OutputFile::open_temporary(int mode) {
+    do {
+        temporary_ = temporary_name(folder_);
+        descriptor_ = ::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, NEW_FILE_MODE);
+    } while (descriptor_ < 0 && errno == EEXIST);
+    if (descriptor_ < 0) {
+        temporary_.clear();
+        fail_with_errno(errno);
+    } else if (mode >= 0 && ::fchmod(descriptor_, static_cast<mode_t>(mode)) != 0) {
+        fail_with_errno(errno);
+    }
+}
+
+void OutputFile::write(std::string_view bytes) noexcept {
+    if (failed()) return;
+    if (bytes.size() > BUFFER_BYTES - buffer_.size()) flush();
+    if (bytes.size() > BUFFER_BYTES)
+        write_out(bytes);
+    else
+        buffer_.append(bytes);
+}
+
+void OutputFile::fail(std::string reason) {
+    if (!failed()) reason_ = std::move(reason);
+}
+
+void OutputFile::fail_with_errno(int error_number) noexcept {
+    if (!failed()) reason_ = system_reason(error_number);
+}
+
+void OutputFile::write_out(std::string_view bytes) noexcept {
+    while (!bytes.empty() && !failed()) {
+        const ssize_t written = ::write(descriptor_, bytes.data(), bytes.size());
+        if (written >= 0)
+            bytes.remove_prefix(static_cast<std::size_t>(written));
+        else if (errno != EINTR)
+            fail_with_errno(errno);
+    }
+}
+
+void OutputFile::flush() noexcept {
+    write_out(buffer_);
+    buffer_.clear();
+}
+
+// The disk may tell only here that there was no room for what it had accepted.
+void OutputFile::close_descriptor() noexcept {
+    if (descriptor_ < 0) return;
+    const int closed = ::close(descriptor_);
+    descriptor_ = -1;
+    if (closed != 0 && errno != EINTR) fail_with_errno(errno);
+}
+
+void OutputFile::commit() {
+    if (committed_) return;
+    if (!failed()) flush();
+    if (!failed() && !target_.empty() && ::fsync(descriptor_) != 0) fail_with_errno(errno);
+    close_descriptor();
+    if (!failed() && !target_.empty()) put_in_place();
+    if (failed()) {
+        discard();
+        throw StepFailure(ERR_OUTPUT, path_ + " : " + reason_, path_);
+    }
+    committed_ = true;
+}
+
+void OutputFile::put_in_place() {
+    if (::rename(temporary_.c_str(), target_.c_str()) != 0) return fail_with_errno(errno);
+    temporary_.clear();
+    // The file is complete whatever comes of this: bringing the name to the disk only shortens the moment
+    // in which a power cut would show the earlier file.
+    const int folder = ::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0) return;
+    static_cast<void>(::fsync(folder));
+    static_cast<void>(::close(folder));
+}
+
+void OutputFile::discard() noexcept {
+    close_descriptor();
+    if (!temporary_.empty()) static_cast<void>(::unlink(temporary_.c_str()));
+    temporary_.clear();
+}
+
+} // namespace corvalissement
