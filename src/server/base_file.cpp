@@ -5,11 +5,11 @@
 #include "server/sqlite_base.h"
 
 #include <array>
-#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace corvalissement {
@@ -50,13 +50,25 @@ void check_header(const std::string& path, const Header& header, std::uintmax_t 
         refuse(path, "la base est abîmée (fichier tronqué)");
 }
 
-// A new file's name is safe on the disk only when its folder is.
-void sync_folder(const std::filesystem::path& folder) {
-    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0) return;
-    static_cast<void>(::fsync(descriptor));
-    ::close(descriptor);
-}
+// The folder of a base while the base is put there: one process at a time, and its new names safe on the
+// disk in the end. Where folders know no locks the work goes on without.
+class FolderInHand {
+public:
+    explicit FolderInHand(const std::filesystem::path& folder)
+        : descriptor_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        if (descriptor_ >= 0) static_cast<void>(::flock(descriptor_, LOCK_EX));
+    }
+    ~FolderInHand() {
+        if (descriptor_ < 0) return;
+        static_cast<void>(::fsync(descriptor_));
+        ::close(descriptor_);
+    }
+    FolderInHand(const FolderInHand&) = delete;
+    FolderInHand& operator=(const FolderInHand&) = delete;
+
+private:
+    int descriptor_;
+};
 
 void fill_new_base(const std::string& temporary, const std::string& shown) {
     SqliteConnection connection(shown);
@@ -75,11 +87,14 @@ void fill_new_base(const std::string& temporary, const std::string& shown) {
 }
 
 // Puts the finished file under its name, but never over a base that came about meanwhile.
-void publish(const std::string& temporary, const std::string& path) {
-    if (::link(temporary.c_str(), path.c_str()) == 0) return;
+void publish(const std::string& temporary, const std::string& path, const std::filesystem::path& folder) {
+    const FolderInHand in_hand(folder);
+    if (check_base_file(path) == BaseState::present) return;
+    // The log of a base that was killed and then deleted would be taken for a part of the new one.
     std::error_code failed;
-    const bool taken = errno == EEXIST;
-    if (taken && check_base_file(path) == BaseState::present) return;
+    for (const char* rest : {"-wal", "-shm"})
+        std::filesystem::remove(path + rest, failed);
+    if (::link(temporary.c_str(), path.c_str()) == 0) return;
     std::filesystem::rename(temporary, path, failed); // over an empty file, or where links don't exist
     if (failed) refuse(path, "la base ne peut pas être créée (chemin ou droits)");
 }
@@ -116,13 +131,12 @@ void create_base_file(const std::string& path) {
     try {
         std::filesystem::remove(temporary, failed); // of a process of the same number, long dead
         fill_new_base(temporary, path);
-        publish(temporary, path);
+        publish(temporary, path, folder);
     } catch (...) {
         std::filesystem::remove(temporary, failed);
         throw;
     }
     std::filesystem::remove(temporary, failed);
-    sync_folder(folder);
 }
 
 } // namespace corvalissement

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <numeric>
+#include <utility>
 
 namespace corvalissement {
 
@@ -199,27 +200,27 @@ private:
 
     // Each label is read once, in one passage over the chart, whatever the order of the rows.
     void take_labels() {
-        std::vector<std::size_t> by_account(rows_.size());
-        std::iota(by_account.begin(), by_account.end(), std::size_t{0});
-        const auto account = [&](std::size_t row) { return account_key(rows_[row].key); };
-        std::stable_sort(by_account.begin(), by_account.end(),
-                         [&](std::size_t a, std::size_t b) { return account(a) < account(b); });
+        std::vector<std::pair<std::string_view, std::size_t>> wanted;
+        wanted.reserve(rows_.size());
+        for (std::size_t row = 0; row < rows_.size(); ++row)
+            wanted.emplace_back(account_key(rows_[row].key), row);
+        if (!std::is_sorted(wanted.begin(), wanted.end())) std::sort(wanted.begin(), wanted.end());
         const FileId chart = store_.file(files::PLANCOMPTABLE);
         std::size_t next = 0;
-        while (next < by_account.size()) {
-            const std::string from(account(by_account[next]));
+        while (next < wanted.size()) {
+            const std::string_view from = wanted[next].first;
             std::size_t passed = 0;
             bool ended = true; // stays so when the chart has no more records
             store_.scan(chart, from, [&](std::string_view key, std::string_view record) {
                 ++counts_.labels;
                 ++passed;
-                while (next < by_account.size() && account(by_account[next]) < key)
+                while (next < wanted.size() && wanted[next].first < key)
                     ++next;
-                while (next < by_account.size() && account(by_account[next]) == key) {
-                    rows_[by_account[next++]].label = first_value(record, plan::LABEL);
+                while (next < wanted.size() && wanted[next].first == key) {
+                    rows_[wanted[next++].second].label = first_value(record, plan::LABEL);
                     passed = 0;
                 }
-                ended = next == by_account.size();
+                ended = next == wanted.size();
                 return !ended && passed < LONGEST_WALK_TO_LABEL;
             });
             if (ended) break;

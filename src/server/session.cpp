@@ -113,6 +113,21 @@ void ServerSession::DBExecute(std::string_view request, std::string_view, std::s
 
 void ServerSession::begin_reading() { shared_->store->begin_reading(); }
 void ServerSession::end_reading() { shared_->store->end_reading(); }
+
+bool ServerSession::lock(std::string_view file, std::string_view key) {
+    if (!shared_->store->lock(file, key)) return false;
+    shared_->held.emplace(file, key);
+    return true;
+}
+
+bool ServerSession::holds(std::string_view file, std::string_view key) const {
+    return shared_->held.contains({std::string(file), std::string(key)});
+}
+
+void ServerSession::unlock(std::string_view file, std::string_view key) {
+    if (shared_->held.erase({std::string(file), std::string(key)}) != 0) shared_->store->unlock(file, key);
+}
+
 Store& ServerSession::store() { return *shared_->store; }
 
 } // namespace corvalissement

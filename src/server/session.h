@@ -27,6 +27,12 @@ public:
     void begin_reading() override;
     void end_reading() override;
 
+    // Locks of the session on names that need no record, for the server's commands. Taken until `unlock` or
+    // the session's end; false when another session holds the name.
+    [[nodiscard]] bool lock(std::string_view file, std::string_view key);
+    [[nodiscard]] bool holds(std::string_view file, std::string_view key) const;
+    void unlock(std::string_view file, std::string_view key);
+
     // The engine itself, for the server's commands, importers and tools.
     [[nodiscard]] Store& store();
 

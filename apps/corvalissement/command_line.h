@@ -1,0 +1,74 @@
+// What the subcommands share: exit statuses, wrong usage, the progress bar, opening a base.
+#pragma once
+
+#include "platform/calendar.h"
+#include "platform/failures.h"
+#include "server/store.h"
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace corvalissement {
+
+enum Status : int {
+    DONE = 0,
+    REFUSED = 1,      // the control refused, or had nothing to print
+    WRONG_USAGE = 2,
+    BAD_INPUT = 3,
+    INPUT_OUTPUT = 4, // the base or an output can't be read or written
+    SKIPPED = 5,      // printed, but a step failed on the way
+};
+
+// Options that fit together in no way the parser could see. The text is French.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// A subcommand adds itself to the command line and gives its status when it is run.
+using Run = std::function<int()>;
+void add_importer(CLI::App& app, Run& run);
+void add_charger(CLI::App& app, Run& run);
+void add_extraire(CLI::App& app, Run& run);
+void add_editer(CLI::App& app, Run& run);
+void add_piloter(CLI::App& app, Run& run);
+void add_generer(CLI::App& app, Run& run);
+
+// A bar on standard error when that is a terminal, and nothing otherwise.
+class ProgressBar {
+public:
+    explicit ProgressBar(std::string title);
+    ~ProgressBar();
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
+    void show(double fraction);
+    [[nodiscard]] std::function<void(double)> sink() {
+        return [this](double fraction) { show(fraction); };
+    }
+
+private:
+    std::string title_;
+    bool terminal_;
+    int shown_ = -1;
+};
+
+// dd/mm/yyyy. Throws UsageError that names the option.
+[[nodiscard]] CivilDate date_option(const std::string& text, const std::string& option);
+[[nodiscard]] std::optional<std::int64_t> day_option(const std::string& text, const std::string& option);
+
+[[nodiscard]] std::string base_folder(const std::string& base);
+
+// One line on standard error: "corvalissement : TEXT".
+void complain(const std::string& text);
+
+// Each skipped failure on standard error, with its record.
+void tell_skipped(const std::vector<std::pair<std::string, StepFailure>>& failures);
+
+} // namespace corvalissement

@@ -1,0 +1,111 @@
+// The command `corvalissement`: everything that the control can do, with no window.
+#include "command_line.h"
+#include "importers/bad_input.h"
+
+#include <csignal>
+#include <cstdio>
+#include <memory>
+
+namespace corvalissement {
+
+namespace {
+
+// The help page in French; the words of the library are English.
+class FrenchHelp : public CLI::Formatter {
+public:
+    FrenchHelp() {
+        label("REQUIRED", "(obligatoire)");
+        label("TEXT", "TEXTE");
+        label("INT", "N");
+        label("UINT", "N");
+        label("Usage", "Usage ");
+        label("OPTIONS", "OPTIONS");
+        label("SUBCOMMAND", "SOUS-COMMANDE");
+        label("SUBCOMMANDS", "SOUS-COMMANDES");
+        label("Positionals", "Arguments");
+        label("Options", "Options");
+        label("Subcommands", "Sous-commandes");
+        column_width(34);
+    }
+    std::string make_usage(const CLI::App* app, std::string name) const override {
+        std::string usage = CLI::Formatter::make_usage(app, std::move(name));
+        const std::string english = "Usage :";
+        return usage;
+    }
+    std::string make_option_opts(const CLI::Option* option) const override {
+        std::string text;
+        if (option->get_type_size() != 0 && !option->get_type_name().empty())
+            text += " " + get_label(option->get_type_name());
+        if (option->get_expected_max() > 1) text += " ...";
+        if (option->get_required()) text += " " + get_label("REQUIRED");
+        return text;
+    }
+};
+
+// What the parser says, in the user's language.
+std::string in_french(const CLI::ParseError& error) {
+    const std::string name = error.get_name();
+    const std::string text = error.what();
+    const std::string subject = text.substr(0, text.find(':'));
+    if (name == "RequiredError") {
+        if (text.find("subcommand") != std::string::npos) return "une sous-commande est attendue";
+        return "il manque " + text.substr(0, text.find(" is required"));
+    }
+    if (name == "ExtrasError") return "argument inattendu" + text.substr(std::min(text.find(':'), text.size()));
+    if (name == "ArgumentMismatch") return subject + " : nombre de valeurs inattendu";
+    if (name == "ConversionError" || name == "ValidationError") return "valeur refusée : " + text;
+    if (name == "ExcludesError") return "options incompatibles : " + text;
+    return text;
+}
+
+int run_command(int argc, char** argv) {
+    CLI::App app{"Edition du grand livre général d'une entité juridique.", "corvalissement"};
+    app.formatter(std::make_shared<FrenchHelp>());
+    app.set_help_flag("-h,--help", "Montre cette aide");
+    app.set_version_flag("--version", "corvalissement " CORVALISSEMENT_VERSION, "Montre la version");
+    app.require_subcommand(1);
+    app.footer("Statuts : 0 fait, 1 refusé ou rien à éditer, 2 mauvais usage, 3 données incorrectes,\n"
+               "4 base ou sortie inaccessible, 5 édité mais une étape a échoué.");
+    Run run;
+    add_importer(app, run);
+    add_charger(app, run);
+    add_extraire(app, run);
+    add_editer(app, run);
+    add_piloter(app, run);
+    add_generer(app, run);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) return app.exit(error);
+        complain(in_french(error) + " (voir --help)");
+        return WRONG_USAGE;
+    }
+    try {
+        return run();
+    } catch (const UsageError& error) {
+        complain(error.what());
+        return WRONG_USAGE;
+    } catch (const BadInput& error) {
+        complain(error.what());
+        return BAD_INPUT;
+    } catch (const StepFailure& failure) {
+        complain(failure.text());
+        return INPUT_OUTPUT;
+    } catch (const std::bad_alloc&) {
+        complain("mémoire insuffisante");
+        return INPUT_OUTPUT;
+    } catch (const std::exception& other) {
+        complain(other.what());
+        return INPUT_OUTPUT;
+    }
+}
+
+} // namespace
+
+} // namespace corvalissement
+
+int main(int argc, char** argv) {
+    // A reader that stops reading is an output that cannot be written, not the end of the process.
+    std::signal(SIGPIPE, SIG_IGN);
+    return corvalissement::run_command(argc, argv);
+}

@@ -1,0 +1,193 @@
+#include "host/printers.h"
+
+#include "output/surfaces.h"
+#include "platform/failures.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <istream>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ; // NOLINT: the system's own name
+
+namespace corvalissement {
+
+namespace {
+
+constexpr std::string_view QUEUE_PREFIX = "cups:";
+
+std::string member(const nlohmann::json& object, const char* name, bool required) {
+    const auto found = object.find(name);
+    if (found == object.end() && !required) return {};
+    if (found == object.end() || !found->is_string())
+        throw StepFailure(ERR_PROPERTY, std::string("« ") + name + " » manque ou n'est pas un texte");
+    return found->get<std::string>();
+}
+
+PrinterEntry parse_entry(const std::string& line) {
+    const auto object = nlohmann::json::parse(line, nullptr, false);
+    if (!object.is_object()) throw StepFailure(ERR_PROPERTY, "la ligne n'est pas un objet JSON");
+    PrinterEntry entry{member(object, "nom", true), member(object, "port", false), member(object, "sortie", false)};
+    if (entry.name.empty()) throw StepFailure(ERR_PROPERTY, "« nom » est vide");
+    return entry;
+}
+
+// Passes every operation on. What the printers add to a surface derives from it.
+class ForwardingSurface : public PrintSurface {
+public:
+    explicit ForwardingSurface(std::unique_ptr<PrintSurface> inner) : inner_(std::move(inner)) {}
+    [[nodiscard]] std::string DeviceName() const override { return inner_->DeviceName(); }
+    [[nodiscard]] std::string Port() const override { return inner_->Port(); }
+    void set_Orientation(int orientation) override { inner_->set_Orientation(orientation); }
+    void set_Copies(int copies) override { inner_->set_Copies(copies); }
+    void set_FontName(std::string_view name) override { inner_->set_FontName(name); }
+    void set_FontSize(double points) override { inner_->set_FontSize(points); }
+    void set_FontBold(bool bold) override { inner_->set_FontBold(bold); }
+    void set_FontUnderline(bool underline) override { inner_->set_FontUnderline(underline); }
+    void set_DrawWidth(int width) override { inner_->set_DrawWidth(width); }
+    void set_CurrentX(double x) override { inner_->set_CurrentX(x); }
+    void set_CurrentY(double y) override { inner_->set_CurrentY(y); }
+    [[nodiscard]] double CurrentX() const override { return inner_->CurrentX(); }
+    [[nodiscard]] double CurrentY() const override { return inner_->CurrentY(); }
+    void Print(std::string_view text, LineEnd line_end) override { inner_->Print(text, line_end); }
+    void Line(double x1, double y1, double x2, double y2) override { inner_->Line(x1, y1, x2, y2); }
+    void NewPage() override { inner_->NewPage(); }
+    void EndDoc() override { inner_->EndDoc(); }
+    [[nodiscard]] long page_count() const override { return inner_->page_count(); }
+    void describe(std::string_view title, std::string_view author) override { inner_->describe(title, author); }
+    void mark_account(std::string_view number, std::string_view label) override {
+        inner_->mark_account(number, label);
+    }
+
+private:
+    std::unique_ptr<PrintSurface> inner_;
+};
+
+class ReportingSurface final : public ForwardingSurface {
+public:
+    ReportingSurface(std::unique_ptr<PrintSurface> inner, std::function<void(const PrintSurface&)> ended)
+        : ForwardingSurface(std::move(inner)), ended_(std::move(ended)) {}
+    void EndDoc() override {
+        ForwardingSurface::EndDoc();
+        ended_(*this);
+    }
+
+private:
+    std::function<void(const PrintSurface&)> ended_;
+};
+
+// Prints into a temporary PDF, which goes to the queue when the document ends.
+class QueueSurface final : public ForwardingSurface {
+public:
+    QueueSurface(std::string queue, std::string file, const PrinterEntry& printer)
+        : ForwardingSurface(make_pdf_surface(file, printer.name, printer.port)), queue_(std::move(queue)),
+          file_(std::move(file)) {}
+    ~QueueSurface() override { remove_file(); }
+    QueueSurface(const QueueSurface&) = delete;
+    QueueSurface& operator=(const QueueSurface&) = delete;
+    void set_Copies(int copies) override { copies_ = copies; }
+    void EndDoc() override {
+        ForwardingSurface::EndDoc();
+        if (page_count() == 0 || sent_) return;
+        send_to_queue(queue_, file_, copies_);
+        sent_ = true;
+    }
+
+private:
+    void remove_file() const noexcept {
+        std::error_code ignored;
+        std::filesystem::remove(file_, ignored);
+    }
+    std::string queue_;
+    std::string file_;
+    int copies_ = 1;
+    bool sent_ = false;
+};
+
+// A printer without an output of its own: the server serves it, and the control only ends its document.
+std::string nowhere() { return "/dev/null"; }
+
+[[noreturn]] void queue_failure(const std::string& queue, const std::string& reason) {
+    throw StepFailure(ERR_OUTPUT, "la file d'impression « " + queue + " » a refusé l'édition : " + reason, queue);
+}
+
+std::string read_all(int descriptor) {
+    std::string text;
+    std::array<char, 512> buffer{};
+    ssize_t got = 0;
+    while ((got = ::read(descriptor, buffer.data(), buffer.size())) > 0 && text.size() < 4096)
+        text.append(buffer.data(), static_cast<std::size_t>(got));
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
+    return text;
+}
+
+} // namespace
+
+std::vector<PrinterEntry> read_printers(std::istream& input, const std::string& name) {
+    std::vector<PrinterEntry> printers;
+    std::string line;
+    for (std::size_t number = 1; std::getline(input, line); ++number) {
+        if (line.find_first_not_of(" \t\r") == std::string::npos) continue;
+        try {
+            printers.push_back(parse_entry(line));
+        } catch (const StepFailure& failure) {
+            throw StepFailure(ERR_PROPERTY, name + ", ligne " + std::to_string(number) + " : " + failure.text(), name);
+        }
+    }
+    return printers;
+}
+
+std::unique_ptr<PrintSurface> open_printer(const PrinterEntry& printer, const std::filesystem::path& folder) {
+    if (printer.output.empty()) return make_text_surface(nowhere(), printer.name, printer.port);
+    if (printer.output.starts_with(QUEUE_PREFIX)) {
+        std::string file = (std::filesystem::temp_directory_path() / "corvalissement-XXXXXX").string();
+        const int descriptor = ::mkstemp(file.data());
+        if (descriptor < 0)
+            throw StepFailure(ERR_OUTPUT, file + " : " + std::strerror(errno), file);
+        ::close(descriptor);
+        return std::make_unique<QueueSurface>(printer.output.substr(QUEUE_PREFIX.size()), file, printer);
+    }
+    return make_surface((folder / printer.output).string(), printer.name, printer.port);
+}
+
+void send_to_queue(const std::string& queue, const std::string& file, int copies) {
+    if (queue.empty() || queue.front() == '-') queue_failure(queue, "nom de file invalide");
+    std::array<int, 2> channel{};
+    if (::pipe2(channel.data(), O_CLOEXEC) != 0) queue_failure(queue, std::strerror(errno));
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, channel[1], STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, channel[1], STDERR_FILENO);
+    std::array<std::string, 7> words = {"lp", "-d", queue, "-n", std::to_string(copies), "--", file};
+    std::array<char*, 8> arguments{};
+    for (std::size_t i = 0; i < words.size(); ++i) arguments[i] = words[i].data();
+    pid_t child = 0;
+    const int error = ::posix_spawnp(&child, "lp", &actions, nullptr, arguments.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    ::close(channel[1]);
+    if (error != 0) {
+        ::close(channel[0]);
+        queue_failure(queue, std::string("la commande lp ne peut être lancée (") + std::strerror(error) + ")");
+    }
+    const std::string said = read_all(channel[0]);
+    ::close(channel[0]);
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) queue_failure(queue, said.empty() ? "sans motif" : said);
+}
+
+std::unique_ptr<PrintSurface> report_end(std::unique_ptr<PrintSurface> surface,
+                                         std::function<void(const PrintSurface&)> ended) {
+    return std::make_unique<ReportingSurface>(std::move(surface), std::move(ended));
+}
+
+} // namespace corvalissement

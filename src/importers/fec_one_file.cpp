@@ -1,0 +1,471 @@
+#include "importers/fec_one_file.h"
+
+#include "data/dyn_array.h"
+#include "data/keys.h"
+#include "importers/bad_input.h"
+#include "importers/fec_entries.h"
+#include "importers/fec_rows.h"
+#include "platform/text.h"
+
+#include <limits>
+#include <utility>
+
+namespace corvalissement {
+
+namespace {
+
+std::string quoted(std::string_view text) { return "« " + std::string(text) + " »"; }
+
+// A count with its noun in the singular or the plural.
+std::string counted(std::uint64_t count, std::string_view one, std::string_view many) {
+    return std::to_string(count) + " " + std::string(count > 1 ? many : one);
+}
+
+// Hundredths as a person writes them.
+std::string amount_text(std::int64_t amount) {
+    std::string text = amount < 0 ? "-" : "";
+    const std::uint64_t size =
+        amount < 0 ? 0 - static_cast<std::uint64_t>(amount) : static_cast<std::uint64_t>(amount);
+    append_whole(text, static_cast<std::int64_t>(size / 100));
+    text.push_back(',');
+    append_padded(text, size % 100, 2);
+    return text;
+}
+
+// Numbers texts from 0 in the order of their first appearance.
+class TextNumbers {
+public:
+    static constexpr std::size_t NONE = static_cast<std::size_t>(-1);
+
+    [[nodiscard]] std::size_t find(std::string_view text) const {
+        const auto found = numbers_.find(text);
+        return found == numbers_.end() ? NONE : found->second;
+    }
+    std::size_t add(std::string_view text, bool& fresh) {
+        const std::size_t known = find(text);
+        fresh = known == NONE;
+        if (fresh) numbers_.emplace(text, numbers_.size());
+        return fresh ? numbers_.size() - 1 : known;
+    }
+
+private:
+    struct Hash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view text) const noexcept {
+            return std::hash<std::string_view>()(text);
+        }
+    };
+    std::unordered_map<std::string, std::size_t, Hash, std::equal_to<>> numbers_;
+};
+
+// A label that many lines give: the first one that is not empty is kept.
+struct Label {
+    std::string kept;
+    std::uint64_t differing = 0;
+
+    void see(std::string_view text) {
+        if (text.empty() || text == kept) return;
+        if (kept.empty()) {
+            kept.assign(text);
+        } else {
+            ++differing;
+        }
+    }
+};
+
+struct Journal {
+    std::string name; // in the file
+    std::string code;
+    Label label;
+    std::size_t number = 0; // at the ledger writer
+};
+
+struct Account {
+    AccountName name;
+    std::string number;
+    Label label;
+    std::size_t id = 0; // at the ledger writer
+};
+
+// One file on its way into the base. The plan pass looks at every line and writes nothing; with its answers
+// (years, codes, entries) the write pass reads the lines again.
+class FileImport {
+public:
+    FileImport(FecImportState& shared, FecFile& file, FecFacts facts,
+               const std::function<void(double)>& progress)
+        : shared_(shared), options_(shared.options), file_(file), facts_(std::move(facts)),
+          progress_(progress) {}
+
+    FecOutcome run() {
+        plan();
+        settle_years();
+        settle_codes();
+        note_plan();
+        if (options_.drafts && has_drafts_) plan_draft_sequences();
+        write();
+        finish_drafts();
+        write_labels();
+        outcome_.remarks = remarks_.list();
+        return std::move(outcome_);
+    }
+
+private:
+    struct DraftBook {
+        DraftEntries entries;
+        DraftPlan plan;
+        std::vector<std::uint64_t> lines; // written so far, by sequence
+    };
+
+    [[noreturn]] void refuse(std::uint64_t line, const std::string& reason) const {
+        throw BadInput(file_.path(), line, reason);
+    }
+
+    // The first pass.
+    void plan() {
+        FecRows rows(file_, facts_);
+        FecRow row;
+        while (rows.next(row)) {
+            count(row);
+            if (leave_out(row)) {
+                ++outcome_.outside;
+                continue;
+            }
+            see_date(row);
+            see_codes(row);
+            has_drafts_ = has_drafts_ || !row.validated;
+            if (row.debit && row.credit)
+                remarks_.add("débit et crédit sur une même ligne",
+                             "ligne " + std::to_string(row.line) +
+                                 " : débit et crédit tous deux remplis, gardés dans une seule écriture");
+            show(rows, 0.1, 0.4);
+        }
+        if (rows.lines_with_controls() > 0)
+            remarks_.add("", counted(rows.lines_with_controls(), "ligne", "lignes") +
+                                 " avec des caractères de commande, remplacés par des blancs");
+        if (rows.lines_repaired() > 0)
+            remarks_.add("", counted(rows.lines_repaired(), "ligne", "lignes") +
+                                 " avec des octets qui ne sont pas de l'UTF-8, remplacés par U+FFFD");
+    }
+
+    // Sums are kept of sizes too, so that no partial sum of the file can overflow.
+    void count(const FecRow& row) {
+        ++outcome_.lines;
+        for (const std::int64_t amount : {row.debit.value_or(0), row.credit.value_or(0)})
+            if (__builtin_add_overflow(size_, amount < 0 ? -amount : amount, &size_))
+                refuse(row.line, "le total des montants est trop grand");
+        outcome_.debit += row.debit.value_or(0);
+        outcome_.credit += row.credit.value_or(0);
+    }
+
+    // With years that are known beforehand a line can lie outside them.
+    bool leave_out(const FecRow& row) const {
+        if (!shared_.years || shared_.years->period_of(row.date)) return false;
+        if (options_.outside_bounds) return true;
+        refuse(row.line, "la date " + date_text(row.date) + " est hors des exercices connus, du " +
+                             date_text(shared_.years->first_day_before()) + " au " +
+                             date_text(shared_.years->last_day_after()));
+    }
+
+    void see_date(const FecRow& row) {
+        if (row.date < earliest_) earliest_ = row.date;
+        if (row.date > latest_) {
+            latest_ = row.date;
+            latest_line_ = row.line;
+        }
+    }
+
+    std::size_t number_of_journal(const FecRow& row) {
+        if (row.journal == last_journal_name_ && last_journal_ != TextNumbers::NONE) return last_journal_;
+        last_journal_ = journal_numbers_.find(row.journal);
+        last_journal_name_.assign(row.journal);
+        return last_journal_;
+    }
+
+    // The text by which an account is looked up, in `identity_` when it has to be put together.
+    std::string_view identity_of(const FecRow& row) {
+        if (!is_third_party(row)) return row.account;
+        identity_.assign("\t").append(row.account.substr(0, 2)).append(row.auxiliary);
+        return identity_;
+    }
+
+    [[nodiscard]] bool is_third_party(const FecRow& row) const {
+        return options_.auxiliaries && !row.auxiliary.empty() &&
+               (row.account.starts_with("40") || row.account.starts_with("41"));
+    }
+
+    void see_codes(const FecRow& row) {
+        std::size_t journal = number_of_journal(row);
+        if (journal == TextNumbers::NONE) {
+            bool fresh = false;
+            journal = journal_numbers_.add(row.journal, fresh);
+            journals_.push_back({std::string(row.journal), "", {}, 0});
+        }
+        journals_[journal].label.see(row.journal_label);
+        watch_.add(journal, row);
+
+        bool fresh = false;
+        const std::size_t account = account_numbers_.add(identity_of(row), fresh);
+        const bool own = is_third_party(row);
+        if (fresh) {
+            const AccountName name =
+                own ? AccountName{std::string(row.auxiliary), std::string(row.account.substr(0, 2))}
+                    : AccountName{std::string(row.account), ""};
+            accounts_.push_back({name, "", {}, 0});
+        }
+        accounts_[account].label.see(own && !row.auxiliary_label.empty() ? row.auxiliary_label
+                                                                         : row.account_label);
+        lettering_.note(account, row.lettering);
+    }
+
+    void settle_years() {
+        if (shared_.years) return;
+        if (outcome_.lines == 0)
+            refuse(1, "le fichier ne contient aucune ligne d'écriture, et l'exercice de l'entité " +
+                          options_.entity + " n'est pas connu ; donnez --debut et --fin");
+        shared_.years = years_from_dates(earliest_, latest_, file_.path());
+        if (!shared_.years)
+            refuse(latest_line_,
+                   "les dates vont du " + date_text(earliest_) + " au " + date_text(latest_) +
+                       ", plus de 24 mois ; donnez les bornes de l'exercice par --debut et --fin");
+    }
+
+    void settle_codes() {
+        std::vector<std::string> journal_names;
+        for (const Journal& journal : journals_)
+            journal_names.push_back(journal.name);
+        const auto codes = shared_.codes.journals(journal_names);
+        for (std::size_t i = 0; i < codes.size(); ++i) {
+            journals_[i].code = codes[i];
+            journals_[i].number = shared_.ledger.journal(codes[i]);
+            outcome_.journals.insert(codes[i]);
+            if (codes[i] != journals_[i].name)
+                remarks_.add("journaux renommés", "journal " + journals_[i].name + " devient " + codes[i]);
+        }
+        std::vector<AccountName> account_names;
+        for (const Account& account : accounts_)
+            account_names.push_back(account.name);
+        const auto numbers = shared_.codes.accounts(account_names);
+        for (std::size_t i = 0; i < numbers.size(); ++i) {
+            Account& account = accounts_[i];
+            account.number = numbers[i];
+            account.id = shared_.ledger.account(numbers[i]);
+            outcome_.accounts.insert(numbers[i]);
+            if (numbers[i] != plain_account(account.name))
+                remarks_.add("comptes renommés", (account.name.third_party.empty() ? "compte " : "tiers ") +
+                                                     account.name.number + " devient " + numbers[i]);
+        }
+        shared_.codes.save();
+    }
+
+    void note_plan() {
+        if (outcome_.debit != outcome_.credit)
+            remarks_.add("", "le fichier n'est pas équilibré : débit " + amount_text(outcome_.debit) +
+                                 ", crédit " + amount_text(outcome_.credit));
+        unnumbered_ = watch_.unnumbered();
+        for (std::size_t i = 0; i < journals_.size(); ++i)
+            for (const UnbalancedEntry& entry : watch_.unbalanced(i))
+                remarks_.add("écritures non équilibrées",
+                             "écriture " + journals_[i].name +
+                                 (entry.number.empty() ? "" : " " + entry.number) + " (ligne " +
+                                 std::to_string(entry.line) + ") non équilibrée : débit moins crédit " +
+                                 amount_text(entry.net));
+    }
+
+    [[nodiscard]] bool is_draft(const FecRow& row, Period period) const {
+        return options_.drafts && !row.validated && period != Period::previous;
+    }
+
+    void plan_draft_sequences() {
+        drafts_.emplace(DraftBook{DraftEntries(unnumbered_), {}, {}});
+        FecRows rows(file_, facts_);
+        FecRow row;
+        while (rows.next(row)) {
+            const auto period = shared_.years->period_of(row.date);
+            if (!period || !is_draft(row, *period)) continue;
+            const std::size_t journal = number_of_journal(row);
+            if (journal == TextNumbers::NONE) file_changed(row.line);
+            drafts_->entries.add(journal, *period, row);
+        }
+        std::vector<std::string> codes;
+        for (const Journal& journal : journals_)
+            codes.push_back(journal.code);
+        drafts_->plan =
+            plan_drafts(drafts_->entries.entries(), file_.path(), options_.entity, codes, taken_orders());
+        drafts_->lines.resize(drafts_->plan.sequences.size());
+        // The write pass asks for the same lines in the same order.
+        drafts_->entries = DraftEntries(unnumbered_);
+    }
+
+    // Order numbers of the sequences that the base holds, by what stands before them in the key.
+    [[nodiscard]] std::unordered_map<std::string, std::string> taken_orders() const {
+        std::unordered_map<std::string, std::string> taken;
+        shared_.store.scan_keys(shared_.store.file(files::BROUILLARDTETE), options_.entity,
+                                [&](std::string_view key) {
+                                    if (!key.starts_with(options_.entity)) return false;
+                                    taken[std::string(chars(key, 1, 7))].append(chars(key, 8, 1));
+                                    return true;
+                                });
+        return taken;
+    }
+
+    [[noreturn]] void file_changed(std::uint64_t line) const {
+        refuse(line, "le fichier a changé pendant la lecture");
+    }
+
+    // The last pass.
+    void write() {
+        FecRows rows(file_, facts_);
+        FecRow row;
+        std::uint64_t lines = 0;
+        std::uint64_t archived_drafts = 0;
+        while (rows.next(row)) {
+            ++lines;
+            const auto period = shared_.years->period_of(row.date);
+            if (!period) {
+                if (!options_.outside_bounds) file_changed(row.line);
+                continue;
+            }
+            const std::size_t journal = number_of_journal(row);
+            const std::size_t account = account_numbers_.find(identity_of(row));
+            if (journal == TextNumbers::NONE || account == TextNumbers::NONE) file_changed(row.line);
+            if (options_.drafts && !row.validated && *period == Period::previous) ++archived_drafts;
+            if (is_draft(row, *period)) {
+                write_draft(row, *period, journal, account);
+            } else {
+                write_entry(row, *period, journal, account);
+            }
+            show(rows, 0.4, 0.95);
+        }
+        if (lines != outcome_.lines) file_changed(0);
+        if (archived_drafts > 0)
+            remarks_.add("", counted(archived_drafts, "ligne", "lignes") +
+                                 " sans date de validation gardées comme écritures : l'exercice N - 1 n'a "
+                                 "pas de brouillards");
+        if (lettering_.replaced() > 0)
+            remarks_.add("", counted(lettering_.replaced(), "code", "codes") +
+                                 " de lettrage remplacés par d'autres, de deux caractères, par exemple " +
+                                 lettering_.example());
+    }
+
+    EntryText text_of_row(const FecRow& row, std::size_t account) {
+        EntryText text;
+        text.date = row.date;
+        text.label = row.label;
+        text.piece = row.piece;
+        text.lettering = lettering_.stored(account, row.lettering);
+        text.debit = row.debit;
+        text.credit = row.credit;
+        return text;
+    }
+
+    void write_entry(const FecRow& row, Period period, std::size_t journal, std::size_t account) {
+        try {
+            shared_.ledger.add(period, journals_[journal].number, accounts_[account].id,
+                               text_of_row(row, account));
+        } catch (const StepFailure& failure) {
+            if (failure.number() != ERR_OVERFLOW) throw;
+            refuse(row.line, failure.text());
+        }
+        ++outcome_.entries;
+    }
+
+    void write_draft(const FecRow& row, Period period, std::size_t journal, std::size_t account) {
+        const std::size_t entry = drafts_ ? drafts_->entries.add(journal, period, row) : TextNumbers::NONE;
+        if (entry >= (drafts_ ? drafts_->plan.sequence_of_entry.size() : 0)) file_changed(row.line);
+        const std::size_t sequence = drafts_->plan.sequence_of_entry[entry];
+        key_ = drafts_->plan.sequences[sequence].key;
+        append_padded(key_, ++drafts_->lines[sequence], 5);
+        compose_entry(record_, shared_.ledger.account_key(accounts_[account].id), text_of_row(row, account));
+        shared_.store.write(shared_.store.file(files::BROUILLARDDETAIL), key_, record_);
+    }
+
+    void finish_drafts() {
+        if (!drafts_) return;
+        std::uint64_t lines = 0;
+        for (const DraftSequence& sequence : drafts_->plan.sequences) {
+            DynArray record;
+            record.set(2, std::to_string(sequence.debit));
+            record.set(3, std::to_string(sequence.credit));
+            shared_.store.write(shared_.store.file(files::BROUILLARDTETE), sequence.key, record.text());
+            lines += sequence.lines;
+        }
+        outcome_.drafts = drafts_->plan.sequences.size();
+        if (lines > 0)
+            remarks_.add("", counted(lines, "ligne", "lignes") + " sans date de validation dans " +
+                                 counted(outcome_.drafts, "séquence", "séquences") + " de brouillard");
+    }
+
+    void write_labels() {
+        for (const Journal& journal : journals_)
+            write_label(files::JOURNAL, "journal ", journal.code, journal.label);
+        for (const Account& account : accounts_)
+            write_label(files::PLANCOMPTABLE, "compte ", account.number, account.label);
+    }
+
+    // A label that the base has already stays.
+    void write_label(std::string_view file_name, std::string_view what, const std::string& code,
+                     const Label& label) {
+        const FileId file = shared_.store.file(file_name);
+        const std::string key = options_.entity + code;
+        DynArray record;
+        const bool standing = shared_.store.read(file, key, record.buffer());
+        record.changed();
+        const std::string old = standing ? std::string(record(1)) : "";
+        if (!standing || (old.empty() && !label.kept.empty())) {
+            record.set(1, label.kept);
+            shared_.store.write(file, key, record.text());
+        }
+        const std::string& kept = old.empty() ? label.kept : old;
+        if (label.differing > 0)
+            remarks_.add("libellés différents",
+                         std::string(what) + code + " : libellé " + quoted(kept) + " gardé, " +
+                             counted(label.differing, "ligne en porte", "lignes en portent") + " un autre");
+        else if (kept != label.kept && !label.kept.empty())
+            remarks_.add("libellés différents", std::string(what) + code + " : libellé " + quoted(kept) +
+                                                    " gardé, le fichier dit " + quoted(label.kept));
+    }
+
+    void show(const FecRows& rows, double from, double to) {
+        if (!progress_ || (++shown_ & 0x1FFFU) != 0 || file_.size() == 0) return;
+        progress_(from +
+                  (to - from) * static_cast<double>(rows.bytes_done()) / static_cast<double>(file_.size()));
+    }
+
+    FecImportState& shared_;
+    const FecOptions& options_;
+    FecFile& file_;
+    FecFacts facts_;
+    const std::function<void(double)>& progress_;
+    std::uint64_t shown_ = 0;
+
+    FecOutcome outcome_;
+    Remarks remarks_;
+    std::int64_t size_ = 0;
+    std::int64_t earliest_ = std::numeric_limits<std::int64_t>::max();
+    std::int64_t latest_ = std::numeric_limits<std::int64_t>::min();
+    std::uint64_t latest_line_ = 0;
+    bool has_drafts_ = false;
+
+    TextNumbers journal_numbers_;
+    std::vector<Journal> journals_;
+    std::string last_journal_name_;
+    std::size_t last_journal_ = TextNumbers::NONE;
+    TextNumbers account_numbers_;
+    std::vector<Account> accounts_;
+    std::string identity_;
+    BalanceWatch watch_;
+    std::vector<bool> unnumbered_;
+    LetteringBook lettering_;
+    std::optional<DraftBook> drafts_;
+    std::string key_;
+    std::string record_;
+};
+
+} // namespace
+
+FecOutcome take_file(FecImportState& state, FecFile& file, const FecFacts& facts,
+                     const std::function<void(double fraction)>& progress) {
+    return FileImport(state, file, facts, progress).run();
+}
+
+} // namespace corvalissement

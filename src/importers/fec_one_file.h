@@ -1,0 +1,31 @@
+// One FEC on its way into a base. Internal to the importer.
+#pragma once
+
+#include "importers/fec_codes.h"
+#include "importers/fec_file.h"
+#include "importers/fec_importer.h"
+#include "importers/fec_outcome.h"
+#include "importers/fiscal_years.h"
+#include "importers/ledger_writer.h"
+
+#include <functional>
+#include <optional>
+
+namespace corvalissement {
+
+// What all files of one call share.
+struct FecImportState {
+    Store& store;
+    const FecOptions& options;
+    CodeBook codes;
+    LedgerWriter ledger;
+    std::optional<FiscalYears> years; // known beforehand, or worked out from the first file
+};
+
+// Writes everything of one file but the balances, which wait for the last file, and the entity's own records.
+// REQUIRES an open transaction. BadInput when the file cannot be taken; what was written by then is for the
+// caller to roll back. `progress` gets 0.1 (what `look_at` has done by then) to 1.
+[[nodiscard]] FecOutcome take_file(FecImportState& state, FecFile& file, const FecFacts& facts,
+                                   const std::function<void(double fraction)>& progress);
+
+} // namespace corvalissement
