@@ -59,26 +59,37 @@ void press_on_button(Field& field, int key) {
     if ((button && (key == KEY_ENTER || key == KEY_SPACE)) || (toggles && key == KEY_SPACE)) click_here(field);
 }
 
-void insert_key(Field& field, int key) {
-    const std::string* text = text_of(field);
-    std::string changed = *text;
+void insert_key(Field& field, int key, Caret caret) {
+    const std::string& text = *text_of(field);
+    const std::size_t length = char_count(text);
+    caret.at = std::min(caret.at, length);
+    caret.selected = std::min(caret.selected, length - caret.at);
+    std::string typed;
     if (key == KEY_BACKSPACE) {
-        if (changed.empty()) return;
-        changed.resize(chars(changed, 1, char_count(changed) - 1).size());
+        if (caret.selected == 0) {
+            if (caret.at == 0) return;
+            --caret.at;
+            caret.selected = 1;
+        }
     } else {
         if (key < KEY_SPACE || key == 0x7F) return; // Enter and other controls leave no character
         const int limit = field.spec().max_length;
-        if (limit > 0 && char_count(changed) >= static_cast<std::size_t>(limit)) return;
-        append_char(changed, static_cast<char32_t>(key));
+        if (limit > 0 && length - caret.selected >= static_cast<std::size_t>(limit)) return;
+        append_char(typed, static_cast<char32_t>(key));
     }
+    std::string changed(chars(text, 1, caret.at));
+    changed += typed;
+    changed += chars_from(text, caret.at + caret.selected + 1);
     put_text(field, std::move(changed));
 }
 
-void press_here(Field& field, int key) {
+constexpr Caret AT_THE_END{static_cast<std::size_t>(-1), 0};
+
+void press_here(Field& field, int key, Caret caret = AT_THE_END) {
     if (field.KeyPress) field.KeyPress(key);
     if (key == 0) return;
     if (text_of(field) == nullptr) press_on_button(field, key);
-    else insert_key(field, key);
+    else insert_key(field, key, caret);
 }
 
 } // namespace
@@ -92,6 +103,10 @@ Reached type(Field& field, std::string_view text) {
 
 Reached press(Field& field, int key) {
     return at(field, [&] { press_here(field, key); });
+}
+
+Reached press(Field& field, int key, Caret caret) {
+    return at(field, [&] { press_here(field, key, caret); });
 }
 
 Reached replace_text(Field& field, std::string_view text) {

@@ -10,6 +10,7 @@
 
 #include "platform/view.h"
 
+#include <cstddef>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -25,6 +26,16 @@ namespace gestures {
 Reached type(Field& field, std::string_view text);
 // One key: 13 Enter, 8 backspace, any other the character of that code.
 Reached press(Field& field, int key);
+
+// Where the caret of a text stands, in characters counted from 0: the `selected` characters from `at` on
+// give way to what is typed.
+struct Caret {
+    std::size_t at = 0;
+    std::size_t selected = 0;
+};
+// One key at a place of the text other than its end, for a host with a caret of its own: KeyPress, then the
+// character (or, for a backspace, the removal), then Change. A caret beyond the text is one at its end.
+Reached press(Field& field, int key, Caret caret);
 // Replaces the text as select-all and typing or pasting do, in one change.
 Reached replace_text(Field& field, std::string_view text);
 Reached go_to(Field& field);

@@ -23,7 +23,7 @@ constexpr std::array TEMPORARY = {files::BALANCEGENETEMPO, files::BALANCEANALTEM
 constexpr std::string_view LAST_EMPTIED = files::DETAILECRITUREGENETEMPO;
 
 // Names on which the session's locks tell how far its edition is. No record has such a key.
-constexpr std::string_view EDITION = "*edition*"; // the files are this session's
+constexpr std::string_view EDITION = "*edition*";  // the files are this session's
 constexpr std::string_view USED = "*affectation*"; // and drafts have been assigned or printed
 
 constexpr std::size_t SEQUENCE_CHARS = 8;
@@ -48,9 +48,9 @@ void free_files(ServerSession& session) {
 }
 
 [[noreturn]] void refuse_line(const std::string& key, const std::string& reason) {
-    throw StepFailure(ERR_COMMAND,
-                      "AFFECTCOMPTATEMPO : " + std::string(files::BROUILLARDDETAIL) + " " + key + " : " + reason,
-                      key);
+    throw StepFailure(
+        ERR_COMMAND,
+        "AFFECTCOMPTATEMPO : " + std::string(files::BROUILLARDDETAIL) + " " + key + " : " + reason, key);
 }
 
 // The keys of the list, each once. They are cut by length: a journal code may hold the separator.
@@ -188,7 +188,8 @@ void empty_file(ServerSession& session, std::string_view name) {
     if (std::find(TEMPORARY.begin(), TEMPORARY.end(), name) == TEMPORARY.end()) {
         const std::vector<std::string> filled = store.file_names();
         if (std::find(filled.begin(), filled.end(), name) == filled.end()) return;
-        throw StepFailure(ERR_COMMAND, "VIDER-FICHIER : " + std::string(name) + " n'est pas un fichier temporaire",
+        throw StepFailure(ERR_COMMAND,
+                          "VIDER-FICHIER : " + std::string(name) + " n'est pas un fichier temporaire",
                           std::string(name));
     }
     keep_files(session);

@@ -134,7 +134,8 @@ void EmbeddedStore::open_connection(const std::string& name, int flags, int pati
     connection_.close();
     connection_.open(name, flags, patience_ms);
     connection_.run("PRAGMA synchronous=FULL;PRAGMA mmap_size=1073741824;PRAGMA cache_size=-2048;"
-                    "PRAGMA temp_store=MEMORY;PRAGMA journal_size_limit=67108864;PRAGMA cell_size_check=ON;");
+                    "PRAGMA temp_store=MEMORY;PRAGMA journal_size_limit=67108864;PRAGMA "
+                    "cell_size_check=ON;PRAGMA secure_delete=OFF;");
     // The first look at the pages tells a damaged base, or one that these rights don't open.
     find_.prepare(connection_, "SELECT numero FROM fichiers WHERE nom=?");
     const StatementRun run(find_);

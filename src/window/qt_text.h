@@ -1,0 +1,25 @@
+// Texts between the fields, which hold UTF-8, and the widgets.
+#pragma once
+
+#include <QString>
+
+#include <string>
+#include <string_view>
+
+namespace corvalissement {
+
+[[nodiscard]] inline QString shown_text(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+[[nodiscard]] inline std::string field_text(const QString& text) {
+    const QByteArray bytes = text.toUtf8();
+    return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
+}
+
+// A caption is a text, not a mark-up: an ampersand stands for itself and opens no access key.
+[[nodiscard]] inline QString caption_text(std::string_view text) {
+    return shown_text(text).replace(QLatin1Char('&'), QLatin1String("&&"));
+}
+
+} // namespace corvalissement

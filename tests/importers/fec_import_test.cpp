@@ -1,0 +1,444 @@
+// What a FEC becomes in a base, and what a second one adds.
+#include "importers/fec_codes.h"
+#include "importers/fec_trial.h"
+#include "importers/fiscal_years.h"
+
+#include <nlohmann/json.hpp>
+
+namespace corvalissement {
+
+using namespace testing_base;
+
+namespace {
+
+// An entry of two lines.
+std::vector<FecLine> entry(const std::string& journal, const std::string& number, const std::string& date,
+                           const std::string& amount, const std::string& valid = "20250331") {
+    return {{.journal = journal, .number = number, .date = date, .debit = amount, .valid = valid},
+            {.journal = journal,
+             .number = number,
+             .date = date,
+             .account = "707",
+             .credit = amount,
+             .valid = valid}};
+}
+
+std::vector<FecLine> operator+(std::vector<FecLine> a, const std::vector<FecLine>& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+TEST(Import, a_second_import_changes_nothing_and_tells_the_same) {
+    Trial trial;
+    const ScratchFile file(fec(entry("ACH", "1", "20240115", "5,00") + entry("VE", "1", "20240116", "6,00")));
+    trial.options.address = "1 rue Haute|Bât. B|75001 PARIS 1";
+    const FecSummary first = trial.import({file.path()});
+    const Snapshot before = snapshot(*trial.store);
+    const FecSummary second = trial.import({file.path()});
+    EXPECT_EQ(second.to_json(), first.to_json());
+    EXPECT_EQ(snapshot(*trial.store), before);
+    EXPECT_EQ(first.to_json(),
+              R"({"lignes":4,"ecritures":4,"comptes":2,"journaux":2,"brouillards":0,"hors_bornes":0,)"
+              R"("debit":"1100","credit":"1100","remarques":["journal ACH devient AC"]})");
+    EXPECT_EQ(trial.record(files::ASSOCIATION, "001").text(), std::string("Essai\xFE\xFE"
+                                                                          "1 rue Haute\xFE\xFE\xFE\xFE"
+                                                                          "Bât. B\xFE"
+                                                                          "75001\xFE"
+                                                                          "PARIS 1"));
+    trial.options.auxiliaries = true;
+    EXPECT_THROW((void)trial.import({file.path()}), BadInput);
+    EXPECT_EQ(snapshot(*trial.store), before);
+    // The same content for another entity is another import.
+    trial.options.auxiliaries = false;
+    trial.options.entity = "002";
+    (void)trial.import({file.path()});
+    EXPECT_EQ(trial.records(files::DETAILECRITUREGENE).size(), 8U);
+}
+
+TEST(Import, a_second_file_goes_on_behind_the_first) {
+    const std::string january =
+        fec(entry("VE", "1", "20240131", "5,00") + entry("VE", "2", "20240115", "1,00"));
+    const std::string february =
+        fec(entry("VE", "3", "20240120", "7,00") + entry("VE", "4", "20250115", "9,00") +
+            entry("VE", "0", "20231231", "2,00"));
+    const ScratchFile a(january, "a.txt");
+    const ScratchFile b(february, "b.txt");
+    Trial apart;
+    (void)apart.import({a.path()});
+    (void)apart.import({b.path()});
+    const DynArray balance = apart.record(files::BALANCEGENE, "N00014110000000");
+    EXPECT_EQ(balance(balance::DATES), "45306\xFD"
+                                       "45311\xFD"
+                                       "45322");
+    EXPECT_EQ(balance(balance::ENTRIES), "001VEN000003N0001\xFD"
+                                         "001VEN000005N0001\xFD"
+                                         "001VEN000001N0001");
+    EXPECT_EQ(balance(balance::SOLDE), "1300");
+    EXPECT_EQ(apart.record(files::BALANCEGENE, "N10017070000000")(balance::SOLDE), "-900");
+    EXPECT_EQ(apart.record(files::BALANCEGENEARCHIVE, "N00014110000000")(balance::ENTRIES),
+              "001VEN000001N0001");
+
+    Trial together;
+    const FecSummary summary = together.import({a.path(), b.path(), a.path()});
+    EXPECT_EQ(summary.lines, 10U);
+    EXPECT_EQ(summary.accounts, 2U);
+    EXPECT_TRUE(remarked(summary, "compté une fois"));
+    EXPECT_EQ(snapshot(*together.store), snapshot(*apart.store));
+
+    // One bad file among several: nothing of any of them.
+    const ScratchFile bad(fec({{.debit = "x"}}));
+    Trial none;
+    EXPECT_THROW((void)none.import({a.path(), bad.path()}), BadInput);
+    EXPECT_TRUE(snapshot(*none.store).empty());
+}
+
+TEST(Import, lines_beyond_32767_open_a_block) {
+    std::vector<FecLine> lines(70'000, FecLine{.debit = "1"});
+    for (std::size_t i = 1; i < lines.size(); i += 2)
+        lines[i] = {.account = "707", .credit = "1"};
+    Trial trial;
+    (void)trial.import_text(fec(lines)); // the check of the base finds equal keys
+    const Records entries = trial.records(files::DETAILECRITUREGENE);
+    EXPECT_EQ(entries.size(), 70'000U);
+    EXPECT_TRUE(entries.contains("001VEN032767N0001"));
+    EXPECT_TRUE(entries.contains("001VEN000001N0002"));
+    EXPECT_TRUE(entries.contains("001VEN004466N0003"));
+    (void)trial.import_text(fec(entry("VE", "2", "20240116", "1")));
+    EXPECT_EQ(trial.records(files::DETAILECRITUREGENE).size(), 70'002U);
+    EXPECT_TRUE(trial.records(files::DETAILECRITUREGENE).contains("001VEN004468N0003"));
+}
+
+TEST(Import, equal_dates_keep_the_order_of_the_files) {
+    std::vector<FecLine> lines;
+    for (int i = 0; i < 60; ++i)
+        lines.push_back({.date = i % 3 == 0 ? "20240103" : "20240102", .debit = "1"});
+    Trial trial;
+    (void)trial.import_text(fec(lines));
+    lines.pop_back();
+    (void)trial.import_text(fec(lines));
+    const DynArray balance = trial.record(files::BALANCEGENE, "N00014110000000");
+    for (std::size_t v = 2; v <= 119; ++v)
+        if (balance(balance::DATES, v) == balance(balance::DATES, v - 1)) {
+            EXPECT_LT(balance(balance::ENTRIES, v - 1), balance(balance::ENTRIES, v));
+        }
+}
+
+TEST(Years, guessed_from_dates_and_name) {
+    struct Case {
+        const char *earliest, *latest, *name, *first, *last;
+    };
+    constexpr Case CASES[] = {
+        {"20240115", "20241231", "x.txt", "20240101", "20241231"},
+        {"20210901", "20220831", "dir/0000000001FEC20220831.txt", "20210901", "20220831"},
+        {"20230103", "20230731", "111111111FEC20221231.TXT", "20230101", "20231231"}, // a name that cannot be
+        {"20240315", "20240920", "123fec20240930.txt", "20240301", "20240930"}, // a short year by its name
+        {"20230705", "20241220", "FEC20241231", "20230701", "20241231"},        // a long one
+        {"20230705", "20241105", "x", "20230701", "20241130"},                  // a long one by its dates
+        {"20240229", "20250131", "x", "20240201", "20250131"},
+        {"20240101", "20260101", "x", "", ""},
+    };
+    for (const Case& one : CASES) {
+        const auto years =
+            years_from_dates(*day_of_digits(one.earliest), *day_of_digits(one.latest), one.name);
+        ASSERT_EQ(years.has_value(), *one.first != '\0') << one.earliest;
+        if (!years) continue;
+        EXPECT_EQ(years->first_day, *day_of_digits(one.first)) << one.earliest << " " << one.name;
+        EXPECT_EQ(years->last_day, *day_of_digits(one.last)) << one.earliest << " " << one.name;
+    }
+}
+
+TEST(Years, around_year_n) {
+    struct Case {
+        const char *first, *last, *first_before, *last_after;
+    };
+    constexpr Case CASES[] = {
+        {"20010101", "20011231", "20000101", "20021231"},
+        {"20011001", "20020930", "20001001", "20030930"},
+        {"20010315", "20020314", "20000401", "20030314"},
+        {"20230228", "20240228", "20220301", "20250227"},
+    };
+    for (const Case& one : CASES) {
+        const FiscalYears years{*day_of_digits(one.first), *day_of_digits(one.last)};
+        EXPECT_EQ(date_text(years.first_day_before()), date_text(*day_of_digits(one.first_before)));
+        EXPECT_EQ(date_text(years.last_day_after()), date_text(*day_of_digits(one.last_after)));
+        EXPECT_EQ(years.period_of(years.first_day - 1), Period::previous);
+        EXPECT_EQ(years.period_of(years.last_day + 1), Period::next);
+        EXPECT_FALSE(years.period_of(years.first_day_before() - 1).has_value());
+        EXPECT_FALSE(years.period_of(years.last_day_after() + 1).has_value());
+    }
+}
+
+TEST(Years, a_line_outside_is_refused_or_counted) {
+    const std::string text = fec(entry("VE", "1", "20240115", "5,00") + entry("ZZ", "1", "20190115", "3,00"));
+    Trial trial;
+    trial.options.first_day = day_of_digits("20240101");
+    EXPECT_EQ(trial.refusal(text).substr(0, 36), "4 la date 15/01/2019 est hors des ex");
+    trial.options.outside_bounds = true;
+    const FecSummary summary = trial.import_text(text);
+    EXPECT_EQ(summary.lines, 4U);
+    EXPECT_EQ(summary.entries, 2U);
+    EXPECT_EQ(summary.outside_bounds, 2U);
+    EXPECT_EQ(summary.debit, "800");
+    EXPECT_EQ(summary.journals, 1U);
+    EXPECT_EQ(trial.years(), "45292 45657 45658 46022");
+    trial.options.first_day = day_of_digits("20240201");
+    EXPECT_NE(trial.refusal(fec(entry("VE", "1", "20240215", "5,00"))).find("contredisent"),
+              std::string::npos);
+}
+
+TEST(Codes, accounts_are_completed_shortened_and_never_shared) {
+    const std::vector<AccountName> names = {
+        {"401", ""},
+        {"4010000000", ""},
+        {"401DURANDETFILS", ""},
+        {"401DURANDETFILZ", ""},
+        {"411 DUP", ""},
+        {"6", ""},
+        {"4010", ""},
+        {"401é", ""},
+        {"F1", "40"},
+        {"1", "41"},
+        {"10", "41"},
+        {"41DUPONT", "41"},
+        {"UNNOMTROPLONG", "41"},
+        {"01", "41"},
+    };
+    Trial trial;
+    CodeBook book(*trial.store, "001");
+    const auto numbers = book.accounts(names);
+    EXPECT_EQ(std::set<std::string>(numbers.begin(), numbers.end()).size(), names.size());
+    for (const std::string& number : numbers)
+        EXPECT_EQ(char_count(number), 10U);
+    EXPECT_EQ(numbers[1], "4010000000");
+    EXPECT_EQ(numbers[5], "6000000000");
+    EXPECT_EQ(numbers[8], "40F1000000");
+    EXPECT_EQ(numbers[10], "4100000010");
+    EXPECT_EQ(numbers[11], "41DUPONT00");
+    EXPECT_EQ(numbers[2].substr(0, 5), "401DU");
+    book.save();
+
+    // The base remembers, in any order and beside new names; and another base decides alike.
+    std::vector<AccountName> reversed(names.rbegin(), names.rend());
+    reversed.push_back({"40100", ""});
+    reversed.push_back({"40F1", ""});
+    auto again = CodeBook(*trial.store, "001").accounts(reversed);
+    EXPECT_EQ(std::set<std::string>(again.begin(), again.end()).size(), reversed.size());
+    EXPECT_NE(CodeBook(*trial.store, "001").accounts({{"40F1", ""}}).front(), "40F1000000");
+    again.resize(names.size());
+    EXPECT_EQ(std::vector<std::string>(again.rbegin(), again.rend()), numbers);
+    Trial other;
+    reversed.resize(names.size());
+    EXPECT_EQ(CodeBook(*other.store, "001").accounts(reversed), again);
+}
+
+TEST(Codes, many_long_accounts_stay_apart) {
+    std::vector<AccountName> names;
+    for (int i = 0; i < 20'000; ++i)
+        names.push_back({"411000CLIENT" + std::to_string(i), ""});
+    Trial trial;
+    const auto numbers = CodeBook(*trial.store, "001").accounts(names);
+    EXPECT_EQ(std::set<std::string>(numbers.begin(), numbers.end()).size(), names.size());
+}
+
+TEST(Codes, journals_of_any_length) {
+    const std::vector<std::string> names = {"ACH", "AC", "A", "VENTES", "VE", "ACHATS", "O.D", "\"", "é1"};
+    Trial trial;
+    CodeBook book(*trial.store, "001");
+    const auto codes = book.journals(names);
+    EXPECT_EQ(std::set<std::string>(codes.begin(), codes.end()).size(), names.size());
+    for (const std::string& code : codes)
+        EXPECT_EQ(char_count(code), 2U);
+    EXPECT_EQ(codes[1], "AC");
+    EXPECT_EQ(codes[4], "VE");
+    EXPECT_EQ(codes[2], "A0");
+    book.save();
+    EXPECT_EQ(CodeBook(*trial.store, "001").journals({"ACHATS"}).front(), codes[5]);
+}
+
+TEST(Codes, third_parties_get_accounts_of_their_own) {
+    const std::vector<FecLine> lines = {
+        {.account = "401100", .credit = "5", .auxiliary = "F001"},
+        {.account = "411000", .debit = "9", .auxiliary = "2"},
+        {.account = "512000", .credit = "4", .auxiliary = "F001"},
+    };
+    Trial plain;
+    (void)plain.import_text(fec(lines));
+    EXPECT_EQ(plain.record(files::BALANCEGENE, "N00014011000000")(balance::SOLDE), "-500");
+    Trial own;
+    own.options.auxiliaries = true;
+    (void)own.import_text(fec(lines));
+    EXPECT_EQ(own.record(files::BALANCEGENE, "N000140F0010000")(balance::SOLDE), "-500");
+    EXPECT_EQ(own.record(files::PLANCOMPTABLE, "00140F0010000")(1), "Tiers F001");
+    EXPECT_EQ(own.record(files::BALANCEGENE, "N00014100000002")(balance::SOLDE), "900");
+    EXPECT_EQ(own.record(files::BALANCEGENE, "N00015120000000")(balance::SOLDE), "-400");
+}
+
+TEST(Lettering, stays_lettered_and_apart) {
+    LetteringBook book;
+    const std::vector<std::string> codes = {"A",   "AB",  "A1", "11", "B1",
+                                            "AAB", "AAC", "1",  "é1", "0000012345"};
+    for (const std::string& code : codes)
+        book.note(7, code);
+    std::set<std::string> stored;
+    for (const std::string& code : codes) {
+        const std::string kept(book.stored(7, code));
+        EXPECT_TRUE(stored.insert(kept).second) << code;
+        EXPECT_NE(chars(kept, 2, 1), "1") << code;
+        EXPECT_LE(char_count(kept), 2U);
+        EXPECT_EQ(book.stored(7, code), kept);
+    }
+    EXPECT_EQ(book.stored(7, "AB"), "AB");
+    EXPECT_EQ(book.stored(7, ""), "");
+    EXPECT_EQ(book.replaced(), 7U);
+
+    // All 3,782 pairs are used before one comes twice, and then it goes on.
+    std::set<std::string> pairs;
+    for (int i = 0; i < 3'782; ++i)
+        pairs.insert(std::string(book.stored(1, "CODE" + std::to_string(i))));
+    EXPECT_EQ(pairs.size(), 3'782U);
+    EXPECT_TRUE(pairs.contains(std::string(book.stored(1, "ENCORE"))));
+}
+
+TEST(Balance, entries_are_told_by_number_or_by_runs) {
+    const auto line = [](const char* number, const char* date, const char* debit, const char* credit) {
+        return FecLine{.number = number, .date = date, .debit = debit, .credit = credit};
+    };
+    struct Case {
+        std::vector<FecLine> lines;
+        const char* remark; // "" when all is balanced
+    };
+    const Case CASES[] = {
+        {entry("VE", "1", "20240101", "5") + entry("AC", "1", "20240102", "6"), ""},
+        // One number in two places, and lines of two entries mixed.
+        {{line("1", "20240101", "5", ""), line("2", "20240101", "7", ""), line("1", "20240101", "", "5"),
+          line("2", "20240101", "", "7")},
+         ""},
+        {entry("VE", "1", "20240101", "5") + std::vector<FecLine>{line("2", "20240101", "7", "")},
+         "écriture VE 2 (ligne 4) non équilibrée : débit moins crédit 7,00"},
+        // A number on each line.
+        {{line("1", "20240101", "5", ""), line("2", "20240101", "", "5"), line("3", "20240101", "7", ""),
+          line("4", "20240101", "", "7")},
+         ""},
+        {{line("1", "20240101", "5", ""), line("2", "20240102", "", "4"), line("3", "20240103", "7", ""),
+          line("4", "20240103", "", "7")},
+         "écriture VE (ligne 2) non équilibrée : débit moins crédit 5,00"},
+        // No number, or always 0.
+        {{line("", "20240101", "5", ""), line("0", "20240101", "", "5"), line("000", "20240101", "7", ""),
+          line("0", "20240102", "", "7")},
+         "écriture VE (ligne 4) non équilibrée : débit moins crédit 7,00"},
+    };
+    for (const Case& one : CASES) {
+        Trial trial;
+        const FecSummary summary = trial.import_text(fec(one.lines));
+        if (*one.remark == '\0') {
+            EXPECT_FALSE(remarked(summary, "équilibrée")) << summary.to_json();
+        } else {
+            EXPECT_TRUE(remarked(summary, one.remark)) << summary.to_json();
+        }
+    }
+}
+
+// Heads of drafts as key, debit, credit.
+std::string heads(const Trial& trial) {
+    std::string text;
+    for (const auto& [key, record] : trial.records(files::BROUILLARDTETE)) {
+        const DynArray head(record);
+        text += key + " " + std::string(head(2)) + " " + std::string(head(3)) + "\n";
+    }
+    return text;
+}
+
+TEST(Drafts, one_sequence_for_an_entry_balanced_ones_first) {
+    const std::vector<FecLine> unbalanced = {{.journal = "VE", .number = "1", .debit = "3", .valid = ""}};
+    const std::string text =
+        fec(unbalanced + entry("VE", "2", "20240115", "5", "") + entry("VE", "3", "20240115", "6") +
+            entry("VE", "4", "20250115", "7", "") + entry("ACH", "9", "20240115", "8", "00000000"));
+    Trial trial;
+    trial.options.drafts = true;
+    trial.options.first_day = day_of_digits("20240101");
+    const FecSummary summary = trial.import_text(text);
+    EXPECT_EQ(heads(trial), "001ACN00 800 800\n001VEN00 500 500\n001VEN01 300 0\n001VEN10 700 700\n");
+    EXPECT_EQ(summary.drafts, 4U);
+    EXPECT_EQ(summary.entries, 2U);
+    EXPECT_EQ(summary.lines, 9U);
+    const DynArray line = trial.record(files::BROUILLARDDETAIL, "001VEN0000002");
+    EXPECT_EQ(line.text(), std::string("\xFE"
+                                       "45306\xFE"
+                                       "0017070000000\xFE"
+                                       "Vente\xFE"
+                                       "FA1\xFE\xFE"
+                                       "500\xFE\xFE"
+                                       "\xFE\xFE"));
+    // Without the option they are entries like any other.
+    Trial plain;
+    plain.options.first_day = day_of_digits("20240101");
+    EXPECT_EQ(plain.import_text(text).entries, 9U);
+    EXPECT_TRUE(plain.records(files::BROUILLARDTETE).empty());
+}
+
+TEST(Drafts, more_than_36_entries_share_sequences) {
+    std::vector<FecLine> lines;
+    for (int i = 1; i <= 100; ++i)
+        lines = lines + entry("VE", std::to_string(i), "20240115", "1", "");
+    lines.push_back({.number = "101", .debit = "4", .valid = ""});
+    Trial trial;
+    trial.options.drafts = true;
+    EXPECT_EQ(trial.import_text(fec(lines)).drafts, 36U);
+    std::size_t balanced = 0;
+    for (const auto& [key, record] : trial.records(files::BROUILLARDTETE)) {
+        const DynArray head(record);
+        balanced += head(2) == head(3) ? 1U : 0U;
+    }
+    EXPECT_EQ(balanced, 35U);
+    EXPECT_EQ(trial.records(files::BROUILLARDDETAIL).size(), 201U);
+    // The order numbers of the journal are used up now; another journal has its own.
+    EXPECT_EQ(trial.refusal(fec(entry("VE", "200", "20240115", "1", ""))).substr(0, 36),
+              "2 l'écriture 200 du journal VE ne t");
+    EXPECT_EQ(trial.import_text(fec(entry("BQ", "1", "20240115", "1", ""))).drafts, 1U);
+}
+
+TEST(Drafts, the_archive_has_none) {
+    Trial trial;
+    trial.options.drafts = true;
+    trial.options.first_day = day_of_digits("20240101");
+    const FecSummary summary = trial.import_text(fec(entry("VE", "1", "20231115", "5", "")));
+    EXPECT_EQ(summary.entries, 2U);
+    EXPECT_EQ(trial.records(files::DETAILECRITUREGENEARCHIVE).size(), 2U);
+    EXPECT_TRUE(remarked(summary, "2 lignes sans date de validation gardées comme écritures"));
+}
+
+TEST(Drafts, without_numbers_a_balanced_run_is_an_entry) {
+    std::vector<FecLine> lines;
+    for (int i = 0; i < 3; ++i)
+        lines = lines + entry("VE", "0", "20240115", "1", "");
+    Trial trial;
+    trial.options.drafts = true;
+    EXPECT_EQ(trial.import_text(fec(lines)).drafts, 3U);
+    EXPECT_EQ(heads(trial), "001VEN00 100 100\n001VEN01 100 100\n001VEN02 100 100\n");
+}
+
+TEST(Drafts, a_full_sequence_is_followed_by_the_next) {
+    std::vector<FecLine> lines(40'000, FecLine{.debit = "1", .valid = ""});
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        lines[i].number = std::to_string(i / 1000 + 1);
+        if (i % 2 == 1) std::swap(lines[i].debit, lines[i].credit);
+    }
+    std::vector<FecLine> huge(100'000, FecLine{.journal = "OD", .debit = "1", .valid = ""});
+    Trial trial;
+    trial.options.drafts = true;
+    EXPECT_EQ(trial.import_text(fec(lines)).drafts, 36U);
+    EXPECT_EQ(trial.refusal(fec(huge)).substr(0, 31), "2 l'écriture 1 du journal OD n");
+}
+
+TEST(Summary, is_json_whatever_stands_in_the_file) {
+    Trial trial;
+    const FecSummary summary = trial.import_text(fec({{.journal = "\"\\", .account = "4\"1", .debit = "1"}}));
+    const auto parsed = nlohmann::json::parse(summary.to_json());
+    EXPECT_EQ(parsed["lignes"], 1);
+    EXPECT_EQ(parsed["remarques"].size(), summary.remarks.size());
+    EXPECT_TRUE(remarked(summary, "compte 4\"1 devient 41000"));
+}
+
+} // namespace
+
+} // namespace corvalissement

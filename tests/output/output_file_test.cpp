@@ -1,0 +1,107 @@
+#include "output/output_file.h"
+
+#include "output/scratch.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <thread>
+
+namespace corvalissement {
+namespace {
+
+using OutputFileTest = Scratch;
+
+TEST_F(OutputFileTest, stands_under_its_name_only_when_committed) {
+    put(path("a"), "before");
+    {
+        OutputFile abandoned(path("a"));
+        abandoned.write("half");
+        EXPECT_EQ(entries(), 2);
+    }
+    EXPECT_EQ(content_of(path("a")), "before");
+    EXPECT_EQ(entries(), 1);
+
+    OutputFile file(path("a"));
+    file.write("new");
+    EXPECT_EQ(content_of(path("a")), "before");
+    file.commit();
+    file.commit();
+    EXPECT_EQ(content_of(path("a")), "new");
+    EXPECT_EQ(entries(), 1);
+}
+
+TEST_F(OutputFileTest, pieces_of_any_length_come_out_in_order) {
+    OutputFile file(path("a"));
+    std::string expected;
+    for (const std::size_t length : {1UL, 65535UL, 1UL, 65536UL, 65537UL, 0UL, 200000UL, 3UL}) {
+        expected += std::string(length, static_cast<char>('a' + length % 26));
+        file.write(std::string_view(expected).substr(expected.size() - length));
+    }
+    file.commit();
+    EXPECT_EQ(content_of(path("a")), expected);
+}
+
+TEST_F(OutputFileTest, replaces_what_a_link_points_to_and_keeps_its_permissions) {
+    put(path("real"), "before");
+    ::chmod(path("real").c_str(), 0640);
+    std::filesystem::create_symlink("real", path("link"));
+    OutputFile file(path("link"));
+    file.write("new");
+    file.commit();
+    EXPECT_EQ(content_of(path("real")), "new");
+    EXPECT_TRUE(std::filesystem::is_symlink(path("link")));
+    EXPECT_EQ(std::filesystem::status(path("real")).permissions(), std::filesystem::perms(0640));
+}
+
+TEST_F(OutputFileTest, tells_why_it_cannot_be_written) {
+    put(path("file"), "");
+    const struct {
+        std::string path;
+        std::string reason;
+    } cases[] = {
+        {"", "aucun nom de fichier n'est donné"},
+        {path("missing/a"), system_reason(ENOENT)},
+        {path("file/a"), system_reason(ENOTDIR)},
+        {path(""), system_reason(EISDIR)},
+        {path(std::string(300, 'a')), system_reason(ENAMETOOLONG)},
+        {"/dev/full", system_reason(ENOSPC)},
+    };
+    for (const auto& expected : cases) {
+        OutputFile file(expected.path);
+        file.write("x");
+        const StepFailure failure = failure_of([&] { file.commit(); });
+        EXPECT_EQ(failure.number(), ERR_OUTPUT) << expected.path;
+        EXPECT_EQ(failure.text(), expected.path + " : " + expected.reason);
+        EXPECT_EQ(failure.record(), expected.path);
+    }
+    EXPECT_EQ(entries(), 1);
+}
+
+TEST_F(OutputFileTest, a_full_disk_leaves_what_was_there) {
+    put(path("a"), "before");
+    for (const std::size_t room : {0UL, 1UL, 70000UL, 199999UL}) {
+        OutputFile file(path("a"));
+        const FullDisk full(room);
+        for (int i = 0; i < 200; ++i)
+            file.write(std::string(1000, 'x'));
+        EXPECT_EQ(failure_of([&] { file.commit(); }).text(), path("a") + " : " + system_reason(EFBIG))
+            << room;
+        EXPECT_EQ(content_of(path("a")), "before");
+        EXPECT_EQ(entries(), 1);
+    }
+}
+
+TEST_F(OutputFileTest, a_pipe_is_written_to_directly) {
+    ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
+    std::string read;
+    std::thread reader([&] { read = content_of(path("pipe")); });
+    OutputFile file(path("pipe"));
+    file.write("through");
+    file.commit();
+    reader.join();
+    EXPECT_EQ(read, "through");
+    EXPECT_TRUE(std::filesystem::is_fifo(path("pipe")));
+}
+
+} // namespace
+} // namespace corvalissement
