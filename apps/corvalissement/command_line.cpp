@@ -1,17 +1,20 @@
 #include "command_line.h"
 
 #include "data/util_object.h"
+#include "platform/text.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <set>
 
 #include <unistd.h>
 
 namespace corvalissement {
 
-ProgressBar::ProgressBar(std::string title) : title_(std::move(title)), terminal_(::isatty(STDERR_FILENO) == 1) {}
+ProgressBar::ProgressBar(std::string title)
+    : title_(std::move(title)), terminal_(::isatty(STDERR_FILENO) == 1) {}
 
 ProgressBar::~ProgressBar() {
     if (terminal_ && shown_ >= 0) std::fputs("\r\033[K", stderr);
@@ -49,11 +52,42 @@ std::string base_folder(const std::string& base) {
 
 void complain(const std::string& text) { std::fprintf(stderr, "corvalissement : %s\n", text.c_str()); }
 
-void tell_skipped(const std::vector<std::pair<std::string, StepFailure>>& failures) {
+void tell_skipped(const Failures& failures) {
+    std::set<std::string> outputs;
     for (const auto& [routine, failure] : failures) {
+        if (failure.number() == ERR_OUTPUT) {
+            if (outputs.insert(failure.text()).second) complain(failure.text());
+            continue;
+        }
         const std::string record = failure.record().empty() ? "" : " [" + failure.record() + "]";
         complain("étape sautée dans " + routine + record + " : " + failure.text());
     }
+}
+
+bool has_number(const Failures& failures, int number) {
+    return std::any_of(failures.begin(), failures.end(),
+                       [&](const auto& told) { return told.second.number() == number; });
+}
+
+CLI::Validator one_of(std::vector<std::string> values) {
+    return {[values = std::move(values)](std::string& text) -> std::string {
+                if (std::find(values.begin(), values.end(), text) != values.end()) return "";
+                std::string list;
+                for (const std::string& value : values)
+                    list += (list.empty() ? "" : ", ") + value;
+                return "« " + text + " » n'est pas parmi : " + list;
+            },
+            ""};
+}
+
+CLI::Validator between(int lowest, int highest) {
+    return {[=](std::string& text) -> std::string {
+                std::int64_t number = 0;
+                if (parse_whole(text, number) && number >= lowest && number <= highest) return "";
+                return "« " + text + " » n'est pas un nombre de " + std::to_string(lowest) + " à " +
+                       std::to_string(highest);
+            },
+            ""};
 }
 
 } // namespace corvalissement

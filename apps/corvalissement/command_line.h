@@ -19,7 +19,7 @@ namespace corvalissement {
 
 enum Status : int {
     DONE = 0,
-    REFUSED = 1,      // the control refused, or had nothing to print
+    REFUSED = 1, // the control refused, or had nothing to print
     WRONG_USAGE = 2,
     BAD_INPUT = 3,
     INPUT_OUTPUT = 4, // the base or an output can't be read or written
@@ -68,7 +68,14 @@ private:
 // One line on standard error: "corvalissement : TEXT".
 void complain(const std::string& text);
 
-// Each skipped failure on standard error, with its record.
-void tell_skipped(const std::vector<std::pair<std::string, StepFailure>>& failures);
+// Each skipped failure on standard error, with its record; an output that cannot be written, which many
+// steps run into, is told once.
+using Failures = std::vector<std::pair<std::string, StepFailure>>;
+void tell_skipped(const Failures& failures);
+[[nodiscard]] bool has_number(const Failures& failures, int number);
+
+// Checks of values, with their refusal in French.
+[[nodiscard]] CLI::Validator one_of(std::vector<std::string> values);
+[[nodiscard]] CLI::Validator between(int lowest, int highest);
 
 } // namespace corvalissement

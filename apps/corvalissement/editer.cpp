@@ -4,9 +4,9 @@
 #include "data/util_object.h"
 #include "host/edition_host.h"
 #include "host/scripted_host.h"
+#include "platform/text.h"
 #include "server/commands.h"
 #include "server/session.h"
-#include "platform/text.h"
 
 #include <algorithm>
 #include <fstream>
@@ -61,7 +61,8 @@ std::vector<PrinterEntry> printers_of_file(const std::string& path) {
     }
 }
 
-std::shared_ptr<TarvexSession> open_session(std::unique_ptr<Store> store, const std::string& base, HeadlessHost& host) {
+std::shared_ptr<TarvexSession> open_session(std::unique_ptr<Store> store, const std::string& base,
+                                            HeadlessHost& host) {
     ServerSettings server;
     server.base_path = base;
     server.today = [&host] { return host.today(); };
@@ -87,20 +88,24 @@ EditionOptions edition_options(const EditerOptions& options) {
     if (options.account_class == "Clients") edition.account_class = 2;
     for (const std::string& range : options.ranges) {
         const std::size_t colon = range.find(':');
-        if (colon == std::string::npos) throw UsageError("--comptes : « " + range + " » n'est pas de la forme DE:A");
+        if (colon == std::string::npos)
+            throw UsageError("--comptes : « " + range + " » n'est pas de la forme DE:A");
         edition.ranges.emplace_back(range.substr(0, colon), range.substr(colon + 1));
         if (edition.ranges.back().first.empty() || edition.ranges.back().second.empty())
             throw UsageError("--comptes : « " + range + " » n'est pas de la forme DE:A");
     }
-    if (options.drafts == "tous") edition.all_drafts = true;
-    else if (!options.drafts.empty()) edition.drafts = split(options.drafts, ',');
+    if (options.drafts == "tous")
+        edition.all_drafts = true;
+    else if (!options.drafts.empty())
+        edition.drafts = split(options.drafts, ',');
     return edition;
 }
 
 bool known_ending(const std::string& path) {
     std::string lower = path;
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char c) { return c < 0x80 ? static_cast<char>(std::tolower(c)) : static_cast<char>(c); });
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) {
+        return c < 0x80 ? static_cast<char>(std::tolower(c)) : static_cast<char>(c);
+    });
     return lower.ends_with(".pdf") || lower.ends_with(".txt") || lower.ends_with(".jsonl");
 }
 
@@ -111,7 +116,8 @@ void choose_output(const EditerOptions& options, Store& store, HostSettings& set
         return;
     }
     if (options.printer.empty()) return;
-    const auto list = options.printer_list.empty() ? printers_of_base(store) : printers_of_file(options.printer_list);
+    const auto list =
+        options.printer_list.empty() ? printers_of_base(store) : printers_of_file(options.printer_list);
     const auto found = std::find_if(list.begin(), list.end(),
                                     [&](const PrinterEntry& entry) { return entry.name == options.printer; });
     if (found != list.end()) {
@@ -119,20 +125,19 @@ void choose_output(const EditerOptions& options, Store& store, HostSettings& set
     } else if (options.printer.starts_with("cups:")) {
         settings.printers.push_back({options.printer.substr(5), options.printer, options.printer});
     } else {
-        throw StepFailure(ERR_PROPERTY, "L'imprimante « " + options.printer + " » n'est pas dans la liste des imprimantes.");
+        throw StepFailure(ERR_PROPERTY, "L'imprimante « " + options.printer +
+                                            " » n'est pas dans la liste des imprimantes.");
     }
     settings.output_folder = options.printer_list.empty() ? base_folder(options.base) : ".";
 }
 
 // What the host's outcome is for a script.
 int status_of(const EditionHost& host, EditionEnd end, bool graphic) {
-    for (const std::string& text : host.messages()) std::fprintf(stderr, "%s\n", text.c_str());
-    tell_skipped(host.failures());
+    for (const std::string& text : host.messages())
+        std::fprintf(stderr, "%s\n", text.c_str());
     const auto& failures = host.failures();
-    const bool output_failed = std::any_of(failures.begin(), failures.end(), [](const auto& told) {
-        return told.second.number() == ERR_OUTPUT;
-    });
-    if (output_failed) return INPUT_OUTPUT;
+    tell_skipped(failures);
+    if (has_number(failures, ERR_OUTPUT)) return INPUT_OUTPUT;
     const bool nothing = graphic ? host.file_made().empty() : !host.printer_asked();
     if (end == EditionEnd::refused || nothing) {
         if (host.messages().empty() && failures.empty()) complain("rien à éditer pour cette sélection");
@@ -144,10 +149,13 @@ int status_of(const EditionHost& host, EditionEnd end, bool graphic) {
 }
 
 int run_editer(const EditerOptions& options) {
-    const int outputs = (options.output.empty() ? 0 : 1) + (options.printer.empty() ? 0 : 1) + (options.edition.graphic ? 1 : 0);
-    if (outputs != 1) throw UsageError("il faut une et une seule des options --sortie, --imprimante, --graphique");
+    const int outputs = (options.output.empty() ? 0 : 1) + (options.printer.empty() ? 0 : 1) +
+                        (options.edition.graphic ? 1 : 0);
+    if (outputs != 1)
+        throw UsageError("il faut une et une seule des options --sortie, --imprimante, --graphique");
     if (!options.output.empty() && !known_ending(options.output))
-        throw UsageError("--sortie : « " + options.output + " » ne finit ni par .pdf, ni par .txt, ni par .jsonl");
+        throw UsageError("--sortie : « " + options.output +
+                         " » ne finit ni par .pdf, ni par .txt, ni par .jsonl");
     HostSettings settings = host_settings(options.today, options.user, options.computer);
     EditionOptions edition = edition_options(options);
     auto store = open_embedded_store(options.base, OpenMode::must_exist);
@@ -193,10 +201,7 @@ int run_piloter(const PiloterOptions& options) {
     tell_skipped(host.failures());
     if (!std::cout) throw StepFailure(ERR_OUTPUT, "la sortie standard ne peut être écrite");
     const auto& failures = host.failures();
-    const auto failed = [&](int number) {
-        return std::any_of(failures.begin(), failures.end(), [&](const auto& told) { return told.second.number() == number; });
-    };
-    if (failed(ERR_OUTPUT)) return INPUT_OUTPUT;
+    if (has_number(failures, ERR_OUTPUT)) return INPUT_OUTPUT;
     return host.pages_printed() > 0 && !failures.empty() ? SKIPPED : DONE;
 }
 
@@ -208,25 +213,30 @@ void add_editer(CLI::App& app, Run& run) {
     command->add_option("--base", options->base, "Base")->required();
     command->add_option("--entite", options->edition.entity, "Code de l'entité")->required();
     command->add_option("--exercice", options->edition.exercice, "\"N - 1\", \"N\" ou \"N + 1\"")
-        ->check(CLI::IsMember({"N - 1", "N", "N + 1"}));
+        ->check(one_of({"N - 1", "N", "N + 1"}));
     command->add_option("--debut", options->start, "Date de début (jj/mm/aaaa)");
     command->add_option("--fin", options->end, "Date de fin (jj/mm/aaaa)");
     command->add_option("--classe", options->account_class, "Globale, Fournisseurs ou Clients")
-        ->check(CLI::IsMember({"Globale", "Fournisseurs", "Clients"}));
+        ->check(one_of({"Globale", "Fournisseurs", "Clients"}));
     command->add_option("--comptes", options->ranges, "Tranche de comptes DE:A, autant de fois qu'il faut")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     command->add_flag("--hors-comptes-soldes", options->edition.only_unsettled, "Sans les comptes soldés");
-    command->add_flag("--non-lettrees", options->edition.only_unlettered, "Les seules écritures non lettrées");
-    command->add_flag("--cumuls", options->edition.with_earlier, "Avec les cumuls antérieurs (exercice N + 1)");
+    command->add_flag("--non-lettrees", options->edition.only_unlettered,
+                      "Les seules écritures non lettrées");
+    command->add_flag("--cumuls", options->edition.with_earlier,
+                      "Avec les cumuls antérieurs (exercice N + 1)");
     command->add_flag("--rupture", options->edition.page_per_account, "Une page nouvelle à chaque compte");
-    command->add_option("--brouillard", options->drafts, "Séquences de brouillard : tous, ou des clés CLE,CLE");
+    command->add_option("--brouillard", options->drafts,
+                        "Séquences de brouillard : tous, ou des clés CLE,CLE");
     command->add_option("--date", options->today, "Date du jour dans la tête de page (jj/mm/aaaa)");
     command->add_option("--sortie", options->output, "Fichier .pdf, .txt ou .jsonl (trace)");
     command->add_option("--imprimante", options->printer, "Nom d'une imprimante de la liste");
-    command->add_option("--imprimantes", options->printer_list, "Liste d'imprimantes, au lieu de celle de la base");
+    command->add_option("--imprimantes", options->printer_list,
+                        "Liste d'imprimantes, au lieu de celle de la base");
     command->add_flag("--graphique", options->edition.graphic, "Fichier graphique fait par le serveur");
-    command->add_option("--copies", options->edition.copies, "Nombre d'exemplaires")->check(CLI::Range(1, 32767));
+    command->add_option("--copies", options->edition.copies, "Nombre d'exemplaires")
+        ->check(between(1, 32767));
     command->add_option("--utilisateur", options->user, "Nom de l'utilisateur");
     command->add_option("--ordinateur", options->computer, "Nom de l'ordinateur");
     command->callback([options, &run] { run = [options] { return run_editer(*options); }; });
@@ -234,7 +244,8 @@ void add_editer(CLI::App& app, Run& run) {
 
 void add_piloter(CLI::App& app, Run& run) {
     auto options = std::make_shared<PiloterOptions>();
-    CLI::App* command = app.add_subcommand("piloter", "Conduit la vue par un script lu sur l'entrée standard");
+    CLI::App* command =
+        app.add_subcommand("piloter", "Conduit la vue par un script lu sur l'entrée standard");
     command->add_option("--base", options->base, "Base")->required();
     command->add_option("--niveau", options->level, "Niveau que répond l'objet de droits");
     command->add_option("--utilisateur", options->user, "Nom de l'utilisateur");

@@ -19,7 +19,7 @@ public:
     ~NewBase() {
         if (existed_ || kept_) return;
         std::error_code ignored;
-        for (const char* tail : {"", "-wal", "-shm", "-journal", ".verrous", ".locks"})
+        for (const char* tail : {"", "-wal", "-shm", "-journal", "-verrous"})
             std::filesystem::remove(path_ + tail, ignored);
     }
     NewBase(const NewBase&) = delete;
@@ -40,8 +40,7 @@ struct ImporterOptions {
 };
 
 int run_importer(ImporterOptions options) {
-    if (options.first.empty() != options.last.empty())
-        throw UsageError("--debut et --fin vont ensemble");
+    if (options.first.empty() != options.last.empty()) throw UsageError("--debut et --fin vont ensemble");
     if (!options.first.empty()) {
         options.fec.first_day = day_option(options.first, "--debut");
         options.fec.last_day = day_option(options.last, "--fin");
@@ -63,17 +62,21 @@ int run_importer(ImporterOptions options) {
 
 void add_importer(CLI::App& app, Run& run) {
     auto options = std::make_shared<ImporterOptions>();
-    CLI::App* command = app.add_subcommand("importer", "Prend des fichiers des écritures comptables (FEC) dans une base");
-    command->add_option("FEC", options->fec.paths, "Fichiers à importer, - pour l'entrée standard")->required();
+    CLI::App* command =
+        app.add_subcommand("importer", "Prend des fichiers des écritures comptables (FEC) dans une base");
+    command->add_option("FEC", options->fec.paths, "Fichiers à importer, - pour l'entrée standard")
+        ->required();
     command->add_option("--base", options->base, "Base, créée si elle n'existe pas")->required();
     command->add_option("--entite", options->fec.entity, "Code de l'entité, 3 caractères")->required();
     command->add_option("--nom", options->fec.name, "Nom de l'entité")->required();
     command->add_option("--adresse", options->fec.address, "Adresse : \"L1|L2|CP VILLE\"");
     command->add_option("--debut", options->first, "Premier jour de l'exercice N (jj/mm/aaaa)");
     command->add_option("--fin", options->last, "Dernier jour de l'exercice N (jj/mm/aaaa)");
-    command->add_flag("--brouillards", options->fec.drafts, "Lignes sans date de validation en séquences de brouillard");
+    command->add_flag("--brouillards", options->fec.drafts,
+                      "Lignes sans date de validation en séquences de brouillard");
     command->add_flag("--auxiliaires", options->fec.auxiliaries, "Un compte pour chaque tiers");
-    command->add_flag("--hors-bornes", options->fec.outside_bounds, "Laisse de côté les lignes hors des trois exercices");
+    command->add_flag("--hors-bornes", options->fec.outside_bounds,
+                      "Laisse de côté les lignes hors des trois exercices");
     command->callback([options, &run] { run = [options] { return run_importer(*options); }; });
 }
 
@@ -83,7 +86,8 @@ void add_generer(CLI::App& app, Run& run) {
         std::string base;
     };
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("generer", "Fait une base inventée, toujours la même pour les mêmes options");
+    CLI::App* command =
+        app.add_subcommand("generer", "Fait une base inventée, toujours la même pour les mêmes options");
     command->add_option("--base", options->base, "Base, créée si elle n'existe pas")->required();
     command->add_option("--lignes", options->made_up.lines, "Nombre de lignes d'écriture")->required();
     command->add_option("--comptes", options->made_up.accounts, "Nombre de comptes");

@@ -27,11 +27,6 @@ public:
         label("Subcommands", "Sous-commandes");
         column_width(34);
     }
-    std::string make_usage(const CLI::App* app, std::string name) const override {
-        std::string usage = CLI::Formatter::make_usage(app, std::move(name));
-        const std::string english = "Usage :";
-        return usage;
-    }
     std::string make_option_opts(const CLI::Option* option) const override {
         std::string text;
         if (option->get_type_size() != 0 && !option->get_type_name().empty())
@@ -51,11 +46,13 @@ std::string in_french(const CLI::ParseError& error) {
         if (text.find("subcommand") != std::string::npos) return "une sous-commande est attendue";
         return "il manque " + text.substr(0, text.find(" is required"));
     }
-    if (name == "ExtrasError") return "argument inattendu" + text.substr(std::min(text.find(':'), text.size()));
+    if (name == "ExtrasError")
+        return "argument inattendu" + text.substr(std::min(text.find(':'), text.size()));
     if (name == "ArgumentMismatch") return subject + " : nombre de valeurs inattendu";
-    if (name == "ConversionError" || name == "ValidationError") return "valeur refusée : " + text;
-    if (name == "ExcludesError") return "options incompatibles : " + text;
-    return text;
+    if (name == "ConversionError")
+        return "valeur refusée" + text.substr(std::min(text.find(':'), text.size()));
+    if (name == "ValidationError") return "valeur refusée : " + text;
+    return "mauvais usage : " + text;
 }
 
 int run_command(int argc, char** argv) {

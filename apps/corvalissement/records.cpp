@@ -37,7 +37,8 @@ int extract(const std::string& base, const std::string& file) {
 void add_charger(CLI::App& app, Run& run) {
     auto base = std::make_shared<std::string>();
     auto file = std::make_shared<std::string>("-");
-    CLI::App* command = app.add_subcommand("charger", "Remplace dans la base les enregistrements donnés, un objet JSON par ligne");
+    CLI::App* command = app.add_subcommand(
+        "charger", "Remplace dans la base les enregistrements donnés, un objet JSON par ligne");
     command->add_option("--base", *base, "Base, créée si elle n'existe pas")->required();
     command->add_option("FICHIER", *file, "Fichier à lire, - pour l'entrée standard");
     command->callback([base, file, &run] { run = [base, file] { return load(*base, *file); }; });
@@ -46,7 +47,8 @@ void add_charger(CLI::App& app, Run& run) {
 void add_extraire(CLI::App& app, Run& run) {
     auto base = std::make_shared<std::string>();
     auto file = std::make_shared<std::string>();
-    CLI::App* command = app.add_subcommand("extraire", "Ecrit les enregistrements de la base, un objet JSON par ligne");
+    CLI::App* command =
+        app.add_subcommand("extraire", "Ecrit les enregistrements de la base, un objet JSON par ligne");
     command->add_option("--base", *base, "Base")->required();
     command->add_option("--fichier", *file, "Un seul fichier de la base");
     command->callback([base, file, &run] { run = [base, file] { return extract(*base, *file); }; });

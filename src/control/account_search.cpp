@@ -38,8 +38,8 @@ YearFile year_file(std::string_view year) {
 }
 
 std::string key_condition(const YearFile& year, std::string_view entity, std::string_view begin) {
-    return "SSELECT " + std::string(year.file) + " AVEC 0 = " +
-           quoted(std::string(year.code) + std::string(entity) + std::string(begin) + "]");
+    return "SSELECT " + std::string(year.file) +
+           " AVEC 0 = " + quoted(std::string(year.code) + std::string(entity) + std::string(begin) + "]");
 }
 
 } // namespace
@@ -116,8 +116,8 @@ void AccountSearch::number_change() {
 
 void AccountSearch::select(const std::string& query) {
     std::string work;
-    found_ = Variable::TheDatabase->DBSelect(
-        query_request(query, year_file(fields_.year.text()).file, "0"), "", work);
+    found_ = Variable::TheDatabase->DBSelect(query_request(query, year_file(fields_.year.text()).file, "0"),
+                                             "", work);
 }
 
 // A chart record that cannot be read leaves the label of the one before in the row.
@@ -151,7 +151,8 @@ void AccountSearch::search_by_number() {
     fields_.number.clear();
     const std::size_t n = found_.DCount();
     if (n > 1) {
-        for (std::size_t i = 1; i <= n; ++i) add_label_row(i);
+        for (std::size_t i = 1; i <= n; ++i)
+            add_label_row(i);
         busy.end();
         view_.set_focus(fields_.label);
     } else {
@@ -161,8 +162,10 @@ void AccountSearch::search_by_number() {
 }
 
 void AccountSearch::label_key_press(int& key) {
-    if (key == KEY_ENTER) search_by_label();
-    else static_cast<void>(drop_accented_key(view_.host(), key));
+    if (key == KEY_ENTER)
+        search_by_label();
+    else
+        static_cast<void>(drop_accented_key(view_.host(), key));
 }
 
 void AccountSearch::search_by_label() {
@@ -183,12 +186,15 @@ void AccountSearch::search_by_label() {
     // The result of a query sorted on labels ends with one attribute that stands for no account.
     const std::size_t n = found_.DCount() - 1;
     if (n > 1) {
-        for (std::size_t i = 1; i <= n; ++i) add_label_row(i);
+        for (std::size_t i = 1; i <= n; ++i)
+            add_label_row(i);
     } else if (n == 1) {
+        // Kept aside, for an account outside the class empties the list.
+        const std::string account(account_key(found_(1, 1)));
         take_account(1);
         LedgerFiles& files = Variable::Files;
         skip(view_.host().skipped_failures(), search_name_,
-             [&] { files.F_PLANCOMPTABLE->DBRead(account_key(found_(1, 1)), files.R_PLANCOMPTABLE); });
+             [&] { files.F_PLANCOMPTABLE->DBRead(account, files.R_PLANCOMPTABLE); });
         fields_.label.set_text(std::string(files.R_PLANCOMPTABLE(plan::LABEL)));
     }
     busy.end();

@@ -144,10 +144,10 @@ private:
     DynArray W_ListeEntite;
     DynArray W_ListeBalance;
     DynArray W_ListeBalanceTempo;
-    bool W_ModeAjout = false;         // the range being edited is a new one
-    std::int16_t W_ErreurTest = 0;    // 1 when Test refused the editing line
+    bool W_ModeAjout = false;          // the range being edited is a new one
+    std::int16_t W_ErreurTest = 0;     // 1 when Test refused the editing line
     bool W_SansControleClasse = false; // a refused number suspends the class rule, for both sides
-    std::string W_DebExercice;        // first and last day of the chosen year, as date texts
+    std::string W_DebExercice;         // first and last day of the chosen year, as date texts
     std::string W_FinExercice;
     PrintState print_state_;
     std::unique_ptr<Frm_AffectCompta> dialog_;

@@ -65,8 +65,10 @@ void Ctr_Corvalissement::Txt_Entite_Change() {
     step([&] { Cbo_Entite.set_text(std::string(shared.R_ASSOCIATION(association::NAME, 1))); });
     // The year is chosen anew with every entity, also when its row was the current one already.
     step([&] {
-        if (Cbo_Exer.list_index() == 1) Cbo_Exer_Click();
-        else Cbo_Exer.set_list_index(1);
+        if (Cbo_Exer.list_index() == 1)
+            Cbo_Exer_Click();
+        else
+            Cbo_Exer.set_list_index(1);
     });
     Etq_Exer.set_enabled(true);
     Cbo_Exer.set_enabled(true);
@@ -74,8 +76,10 @@ void Ctr_Corvalissement::Txt_Entite_Change() {
 }
 
 void Ctr_Corvalissement::Cbo_Entite_KeyPress(int& key) {
-    if (key == KEY_ENTER) search_entity();
-    else static_cast<void>(drop_accented_key(host(), key));
+    if (key == KEY_ENTER)
+        search_entity();
+    else
+        static_cast<void>(drop_accented_key(host(), key));
 }
 
 void Ctr_Corvalissement::search_entity() {
@@ -92,7 +96,8 @@ void Ctr_Corvalissement::search_entity() {
     Txt_Entite.clear();
     const std::size_t n = W_ListeEntite.DCount();
     if (n > 1) {
-        for (std::size_t i = 1; i <= n; ++i) Cbo_Entite.add_row(std::string(W_ListeEntite(i, 2)));
+        for (std::size_t i = 1; i <= n; ++i)
+            Cbo_Entite.add_row(std::string(W_ListeEntite(i, 2)));
     } else {
         Txt_Entite.set_text(std::string(W_ListeEntite(1, 1)));
         Cbo_Entite.set_text(std::string(W_ListeEntite(1, 2)));

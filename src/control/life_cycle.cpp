@@ -18,21 +18,24 @@ bool holds(const std::array<std::string_view, N>& names, std::string_view name) 
 }
 
 // Open at the start; open while a range is edited; closed while none is.
-constexpr std::array<std::string_view, 4> OPEN_AT_START = {"Etq_Entite", "Txt_Entite", "Cmd_Sortir", "Cbo_Entite"};
-constexpr std::array<std::string_view, 7> OPEN_IN_LINE = {"Txt_CpteDe", "Txt_CpteA",   "Cdr_Select", "Cbo_CpteDe",
-                                                          "Cbo_CpteA",  "Cmd_Annuler", "Cmd_OK"};
+constexpr std::array<std::string_view, 4> OPEN_AT_START = {"Etq_Entite", "Txt_Entite", "Cmd_Sortir",
+                                                           "Cbo_Entite"};
+constexpr std::array<std::string_view, 7> OPEN_IN_LINE = {
+    "Txt_CpteDe", "Txt_CpteA", "Cdr_Select", "Cbo_CpteDe", "Cbo_CpteA", "Cmd_Annuler", "Cmd_OK"};
 constexpr std::array<std::string_view, 7> CLOSED_IN_DETAIL = {
     "Txt_CpteDe", "Txt_CpteA", "Cbo_CpteDe", "Cbo_CpteA", "Cmd_Annuler", "Cmd_Supprimer", "Cmd_OK"};
 
-constexpr std::array<std::string_view, 8> PARAMETERS = {"Etq_Exer",   "Cbo_Exer",    "Etq_DateDeb",  "Txt_DateDeb",
-                                                        "Etq_DateFin", "Txt_DateFin", "Etq_EditCpte", "Cbo_EditCpte"};
-constexpr std::array<std::string_view, 10> OPTIONS = {
-    "Cdr_Option",      "Cac_HorsCpteSolde",       "Cac_EcrNonLettre", "Cac_CumulAnt",
-    "Cac_RupturePage", "Cac_PriseCpteBrouillard", "Cdr_EditionForme", "Opt_Liste",
-    "Opt_FichierGraphique", "Cmd_Imprimer"};
+constexpr std::array<std::string_view, 8> PARAMETERS = {"Etq_Exer",     "Cbo_Exer",    "Etq_DateDeb",
+                                                        "Txt_DateDeb",  "Etq_DateFin", "Txt_DateFin",
+                                                        "Etq_EditCpte", "Cbo_EditCpte"};
+constexpr std::array<std::string_view, 10> OPTIONS = {"Cdr_Option",           "Cac_HorsCpteSolde",
+                                                      "Cac_EcrNonLettre",     "Cac_CumulAnt",
+                                                      "Cac_RupturePage",      "Cac_PriseCpteBrouillard",
+                                                      "Cdr_EditionForme",     "Opt_Liste",
+                                                      "Opt_FichierGraphique", "Cmd_Imprimer"};
 constexpr std::array<std::string_view, 13> SELECTION = {
-    "Cdr_Select", "Etq_De",     "Etq_A",     "Lst_De",      "Lst_A",         "Txt_CpteDe", "Cbo_CpteDe",
-    "Txt_CpteA",  "Cbo_CpteA",  "Cmd_Ajouter", "Cmd_Supprimer", "Cmd_OK",   "Cmd_Annuler"};
+    "Cdr_Select", "Etq_De",    "Etq_A",       "Lst_De",        "Lst_A",  "Txt_CpteDe", "Cbo_CpteDe",
+    "Txt_CpteA",  "Cbo_CpteA", "Cmd_Ajouter", "Cmd_Supprimer", "Cmd_OK", "Cmd_Annuler"};
 
 constexpr int BUTTON_RIGHT = 2;
 
@@ -60,7 +63,8 @@ Ctr_Corvalissement::Ctr_Corvalissement(HostServices& host)
       Cac_CumulAnt(field<CheckBoxField>("Cac_CumulAnt")),
       Cac_RupturePage(field<CheckBoxField>("Cac_RupturePage")),
       Cac_PriseCpteBrouillard(field<CheckBoxField>("Cac_PriseCpteBrouillard")),
-      Opt_Liste(field<OptionField>("Opt_Liste")), Opt_FichierGraphique(field<OptionField>("Opt_FichierGraphique")),
+      Opt_Liste(field<OptionField>("Opt_Liste")),
+      Opt_FichierGraphique(field<OptionField>("Opt_FichierGraphique")),
       Pgr_ProgressBar(field<ProgressBarField>("Pgr_ProgressBar")), Cmd_Imprimer(field<Field>("Cmd_Imprimer")),
       Cmd_Sortir(field<Field>("Cmd_Sortir")), mnu_Aide(field<Field>("mnu_Aide")),
       Mnu_Sommaire(field<Field>("Mnu_Sommaire")),
@@ -128,44 +132,54 @@ void Ctr_Corvalissement::Init() {
     Remplir_Combo_Entite();
     Opt_Liste.choose();
     busy.end();
-    if (Txt_Entite.text().empty() && Txt_Entite.enabled()) set_focus(Txt_Entite);
-    else set_focus(Cbo_Exer);
+    if (Txt_Entite.text().empty() && Txt_Entite.enabled())
+        set_focus(Txt_Entite);
+    else
+        set_focus(Cbo_Exer);
 }
 
 void Ctr_Corvalissement::ProfilUser() {
     if (!W_DroitEdition) throw StepFailure(ERR_OTHER, "les droits de l'utilisateur n'ont pas été donnés");
     if (W_DroitEdition->Niveau() == LEVEL_EDITION) return;
-    for (Field* button : {&Cmd_Imprimer, &Cmd_OK, &Cmd_Ajouter, &Cmd_Supprimer}) button->set_visible(false);
+    for (Field* button : {&Cmd_Imprimer, &Cmd_OK, &Cmd_Ajouter, &Cmd_Supprimer})
+        button->set_visible(false);
 }
 
 void Ctr_Corvalissement::Masquer_Depart() {
-    for (const auto& item : Controls()) item->set_enabled(holds(OPEN_AT_START, item->name()));
+    for (const auto& item : Controls())
+        item->set_enabled(holds(OPEN_AT_START, item->name()));
 }
 
 void Ctr_Corvalissement::Affiche_Detail() {
-    for (const auto& item : Controls()) item->set_enabled(true);
+    for (const auto& item : Controls())
+        item->set_enabled(true);
     Masquer();
     Cbo_EditCpte.set_list_index(0);
 }
 
 void Ctr_Corvalissement::Afficher() {
-    for (const auto& item : Controls()) item->set_enabled(holds(OPEN_IN_LINE, item->name()));
+    for (const auto& item : Controls())
+        item->set_enabled(holds(OPEN_IN_LINE, item->name()));
 }
 
 void Ctr_Corvalissement::Masquer() {
-    for (const auto& item : Controls()) item->set_enabled(!holds(CLOSED_IN_DETAIL, item->name()));
+    for (const auto& item : Controls())
+        item->set_enabled(!holds(CLOSED_IN_DETAIL, item->name()));
     Cac_CumulAnt.set_enabled(Cbo_Exer.text() == exercice::SUIVANT);
     Cac_PriseCpteBrouillard.set_enabled(Cbo_Exer.text() != exercice::PRECEDENT);
 }
 
 void Ctr_Corvalissement::Masquer_Parametres() {
-    for (const std::string_view name : PARAMETERS) find(name)->set_enabled(false);
+    for (const std::string_view name : PARAMETERS)
+        find(name)->set_enabled(false);
     Masquer_Selection();
-    for (const std::string_view name : OPTIONS) find(name)->set_enabled(false);
+    for (const std::string_view name : OPTIONS)
+        find(name)->set_enabled(false);
 }
 
 void Ctr_Corvalissement::Masquer_Selection() {
-    for (const std::string_view name : SELECTION) find(name)->set_enabled(false);
+    for (const std::string_view name : SELECTION)
+        find(name)->set_enabled(false);
 }
 
 // The walks over the fields disable the two entries, so they are enabled just before the menu pops up.

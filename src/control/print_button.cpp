@@ -26,11 +26,14 @@ bool Ctr_Corvalissement::dates_agree() {
     };
     const std::string start = util_.TexteVersDate(Txt_DateDeb.text());
     const std::string end = util_.TexteVersDate(Txt_DateFin.text());
-    if (start > end) return refuse("La date de début ne peut pas être supérieure à la date de fin.", Txt_DateFin);
+    if (start > end)
+        return refuse("La date de début ne peut pas être supérieure à la date de fin.", Txt_DateFin);
     if (start < util_.TexteVersDate(W_DebExercice))
-        return refuse("La date de début ne peut pas être antérieure à la date de début d'exercice.", Txt_DateDeb);
+        return refuse("La date de début ne peut pas être antérieure à la date de début d'exercice.",
+                      Txt_DateDeb);
     if (end > util_.TexteVersDate(W_FinExercice))
-        return refuse("La date de fin ne peut pas être postérieure à la date de fin d'exercice.", Txt_DateFin);
+        return refuse("La date de fin ne peut pas être postérieure à la date de fin d'exercice.",
+                      Txt_DateFin);
     return true;
 }
 
@@ -44,7 +47,8 @@ Selection Ctr_Corvalissement::read_selection() const {
     const int account_class = Cbo_EditCpte.list_index();
     if (account_class == 1) selection.account_class = AccountClass::fournisseurs;
     if (account_class == 2) selection.account_class = AccountClass::clients;
-    for (int r = 0; r < Lst_De.list_count(); ++r) selection.ranges.emplace_back(Lst_De.row(r), Lst_A.row(r));
+    for (int r = 0; r < Lst_De.list_count(); ++r)
+        selection.ranges.emplace_back(Lst_De.row(r), Lst_A.row(r));
     selection.only_unsettled = Cac_HorsCpteSolde.value() == 1;
     selection.only_unlettered = Cac_EcrNonLettre.value() == 1;
     selection.with_earlier = Cac_CumulAnt.value() == 1;

@@ -8,7 +8,9 @@ namespace {
 
 constexpr std::size_t ROW_LABEL_POSITION = 12; // behind the number and one blank
 
-std::string range_row(const TextField& number, const ComboField& label) { return number.text() + " " + label.text(); }
+std::string range_row(const TextField& number, const ComboField& label) {
+    return number.text() + " " + label.text();
+}
 
 } // namespace
 

@@ -34,11 +34,14 @@ void Ctr_Corvalissement::set_previous_year_dates() {
     skip(place, "Cbo_Exer_Click", [&] {
         std::int64_t month = 0;
         std::int64_t year = 0;
-        if (!parse_whole(chars(Txt_DateFin.text(), 4, 2), month) || !parse_whole(chars(Txt_DateFin.text(), 7, 4), year))
+        if (!parse_whole(chars(Txt_DateFin.text(), 4, 2), month) ||
+            !parse_whole(chars(Txt_DateFin.text(), 7, 4), year))
             throw StepFailure(ERR_TYPE, "la date de fin n'est pas une date", Txt_DateFin.text());
         ++month;
-        if (month == 13) month = 1;
-        else --year;
+        if (month == 13)
+            month = 1;
+        else
+            --year;
         Txt_DateDeb.set_text("01/" + two_digits(month) + "/" + std::to_string(year));
     });
     W_DebExercice = Txt_DateDeb.text();
@@ -51,13 +54,15 @@ void Ctr_Corvalissement::Cbo_Exer_Click() {
     const TarvexRecord& parameters = shared.R_PARAMENTITECOMPTA;
     const int error = skip(
         place, "Cbo_Exer_Click",
-        [&] { shared.F_PARAMENTITECOMPTA->DBRead(Txt_Entite.text(), shared.R_PARAMENTITECOMPTA); }, ERR_NOT_FOUND);
+        [&] { shared.F_PARAMENTITECOMPTA->DBRead(Txt_Entite.text(), shared.R_PARAMENTITECOMPTA); },
+        ERR_NOT_FOUND);
     if (error == ERR_NOT_FOUND) {
         message(host(), "Vous devez renseigner les paramètres généraux avant la saisie.");
         Cmd_Imprimer.set_enabled(false);
         return;
     }
-    for (Field* open : {static_cast<Field*>(&Txt_DateDeb), static_cast<Field*>(&Txt_DateFin), &Etq_DateDeb, &Etq_DateFin})
+    for (Field* open :
+         {static_cast<Field*>(&Txt_DateDeb), static_cast<Field*>(&Txt_DateFin), &Etq_DateDeb, &Etq_DateFin})
         open->set_enabled(true);
     skip(place, "Cbo_Exer_Click", [&] { Affiche_Detail(); });
     W_DebExercice.clear();

@@ -34,7 +34,8 @@ struct Parts {
 Parts split(double hundredths) noexcept {
     if (!(std::fabs(hundredths) < EXACT_LIMIT)) return {false, false, 0, 0};
     const std::int64_t whole = std::llround(hundredths);
-    const std::uint64_t magnitude = whole < 0 ? static_cast<std::uint64_t>(-whole) : static_cast<std::uint64_t>(whole);
+    const std::uint64_t magnitude =
+        whole < 0 ? static_cast<std::uint64_t>(-whole) : static_cast<std::uint64_t>(whole);
     return {true, whole < 0, magnitude / 100, static_cast<unsigned>(magnitude % 100)};
 }
 

@@ -41,8 +41,8 @@ void DynArray::index() const {
         const char* const begin = text_.data();
         const char* const end = begin + text_.size();
         const char* at = begin;
-        while ((at = static_cast<const char*>(
-                    std::memchr(at, static_cast<unsigned char>(ATTRIBUTE_MARK), static_cast<std::size_t>(end - at))))) {
+        while ((at = static_cast<const char*>(std::memchr(at, static_cast<unsigned char>(ATTRIBUTE_MARK),
+                                                          static_cast<std::size_t>(end - at))))) {
             ++at;
             starts_.push_back(static_cast<std::size_t>(at - begin));
         }
@@ -98,7 +98,8 @@ void DynArray::split() {
     std::vector<std::string> parts;
     const std::size_t count = DCount();
     parts.reserve(count + 1);
-    for (std::size_t a = 1; a <= count; ++a) parts.emplace_back((*this)(a));
+    for (std::size_t a = 1; a <= count; ++a)
+        parts.emplace_back((*this)(a));
     parts_ = std::move(parts);
     in_parts_ = true;
     text_.clear();
@@ -127,7 +128,8 @@ std::size_t DynArray::DCount(std::size_t a) const {
     if (attribute.empty()) return 0;
     if (attribute.size() < 64) {
         std::size_t count = 1;
-        for (const char c : attribute) count += c == VALUE_MARK ? 1U : 0U;
+        for (const char c : attribute)
+            count += c == VALUE_MARK ? 1U : 0U;
         return count;
     }
     return value_index(a, attribute).size() - 1;

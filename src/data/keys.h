@@ -96,14 +96,20 @@ inline constexpr std::size_t TOTAL_CREDIT = 3;
 } // namespace brouillard
 
 // Parts of a balance key.
-[[nodiscard]] inline std::string_view year_code(std::string_view balance_key) { return chars(balance_key, 1, 2); }
-[[nodiscard]] inline std::string_view account_key(std::string_view balance_key) { return chars(balance_key, 3, 13); }
+[[nodiscard]] inline std::string_view year_code(std::string_view balance_key) {
+    return chars(balance_key, 1, 2);
+}
+[[nodiscard]] inline std::string_view account_key(std::string_view balance_key) {
+    return chars(balance_key, 3, 13);
+}
 [[nodiscard]] inline std::string_view account_number(std::string_view balance_key) {
     return chars(balance_key, 6, 10);
 }
 
 // Parts of an account key.
-[[nodiscard]] inline std::string_view number_of_account_key(std::string_view key) { return chars(key, 4, 10); }
+[[nodiscard]] inline std::string_view number_of_account_key(std::string_view key) {
+    return chars(key, 4, 10);
+}
 [[nodiscard]] inline char class_of_account_key(std::string_view key) {
     const std::string_view c = chars(key, 4, 1);
     return c.size() == 1 ? c.front() : ' ';

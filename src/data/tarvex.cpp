@@ -15,7 +15,9 @@ std::string query_request(std::string_view query, std::string_view file, std::st
     return std::string(request.text());
 }
 
-std::string bare_command(std::string_view command) { return std::string(DynArray(std::string(command)).text()); }
+std::string bare_command(std::string_view command) {
+    return std::string(DynArray(std::string(command)).text());
+}
 
 std::string prefixed_command(std::string_view line) {
     DynArray request;

@@ -66,7 +66,8 @@ public:
     // `request`: whole text of a DynArray (1 the query, 2 the file, 3 the fields wanted). The second
     // argument is always "" and the third a work text that nobody reads. The result's attribute i is the
     // i-th record in the query's order, its values the fields asked; whole text "" when nothing matches.
-    [[nodiscard]] virtual DynArray DBSelect(std::string_view request, std::string_view, std::string& work) = 0;
+    [[nodiscard]] virtual DynArray DBSelect(std::string_view request, std::string_view,
+                                            std::string& work) = 0;
 
     // A command as whole text, or "P" in attribute 1 and a command line in attribute 2. When it returns
     // the server has run it.
@@ -91,7 +92,8 @@ private:
 };
 
 // A query request, ready for DBSelect.
-[[nodiscard]] std::string query_request(std::string_view query, std::string_view file, std::string_view fields);
+[[nodiscard]] std::string query_request(std::string_view query, std::string_view file,
+                                        std::string_view fields);
 
 // Command requests, ready for DBExecute: the command alone, and "P" with a command line.
 [[nodiscard]] std::string bare_command(std::string_view command);

@@ -20,7 +20,8 @@ bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
 
 int number_of(std::string_view digits) noexcept {
     int value = 0;
-    for (const char c : digits) value = value * 10 + (c - '0');
+    for (const char c : digits)
+        value = value * 10 + (c - '0');
     return value;
 }
 
@@ -91,7 +92,8 @@ std::string date_text(std::string_view internal) {
 std::string internal_date(std::string_view text) {
     std::array<std::string_view, 3> parts;
     text = trim_blanks(text);
-    if (text.find('/') == std::string_view::npos || !typed_parts(text, parts) || parts[2].size() != 4) return {};
+    if (text.find('/') == std::string_view::npos || !typed_parts(text, parts) || parts[2].size() != 4)
+        return {};
     std::int64_t days = 0;
     if (!day_from_civil({number_of(parts[2]), number_of(parts[1]), number_of(parts[0])}, days)) return {};
     return std::to_string(days);

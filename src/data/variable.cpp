@@ -45,12 +45,15 @@ constexpr FileSlot FILES[] = {
 } // namespace
 
 void LedgerFiles::open(TarvexSession& session) {
-    for (const FileSlot& file : FILES) this->*file.handle = session.DBOpen(file.name);
+    for (const FileSlot& file : FILES)
+        this->*file.handle = session.DBOpen(file.name);
 }
 
 void LedgerFiles::release() {
-    for (const FileSlot& file : FILES) this->*file.slot = TarvexRecord();
-    for (const FileSlot& file : FILES) (this->*file.handle).reset();
+    for (const FileSlot& file : FILES)
+        this->*file.slot = TarvexRecord();
+    for (const FileSlot& file : FILES)
+        (this->*file.handle).reset();
 }
 
 } // namespace corvalissement

@@ -51,9 +51,9 @@ namespace Variable {
 extern std::shared_ptr<TarvexClient> TheClient;    // set by the host, used by the help only
 extern std::shared_ptr<TarvexSession> TheDatabase; // set by the host
 extern LedgerFiles Files;                          // F_... and R_...
-extern std::int16_t G_Abandon;                     // 0: the assignment was carried out; -1: the dialog was left
-extern std::string G_Imprimante;                   // printer target of the server's edition
-extern std::string G_Entite;                       // entity code, for the assignment dialog
+extern std::int16_t G_Abandon;   // 0: the assignment was carried out; -1: the dialog was left
+extern std::string G_Imprimante; // printer target of the server's edition
+extern std::string G_Entite;     // entity code, for the assignment dialog
 } // namespace Variable
 
 } // namespace corvalissement

@@ -32,7 +32,8 @@ void AccountDetail::print_key(const Source& source, std::size_t position) {
     source.balances.DBRead(source.keys(position, 1), source.balance);
     end_count_.start_record();
     const std::size_t entries = source.balance.DCount(balance::ENTRIES);
-    for (std::size_t index = 1; index <= entries; ++index) print_entry(source, index);
+    for (std::size_t index = 1; index <= entries; ++index)
+        print_entry(source, index);
     line_.print_held();
 }
 
@@ -40,7 +41,8 @@ void AccountDetail::print_entry(const Source& source, std::size_t index) {
     if (!edition_.progress.set_progress(++progress_))
         throw StepFailure(ERR_PROPERTY, "la barre de progression refuse sa valeur", source.balance.key());
     bool in_range = false;
-    steps_.run(source.balance.key(), [&] { in_range = period_.contains(source.balance(balance::DATES, index)); });
+    steps_.run(source.balance.key(),
+               [&] { in_range = period_.contains(source.balance(balance::DATES, index)); });
     if (!in_range) return;
     const std::string_view entry_key = source.balance(balance::ENTRIES, index);
     source.entries.DBRead(entry_key, source.entry);

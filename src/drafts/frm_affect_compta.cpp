@@ -77,7 +77,8 @@ std::string sequence_key(std::string_view entity, std::string_view row) {
 }
 
 Frm_AffectCompta::Frm_AffectCompta(HostServices& host)
-    : View(host, "Frm_AffectCompta", "Affectation des écritures comptables", DIALOG_WIDTH, DIALOG_HEIGHT, INVENTORY),
+    : View(host, "Frm_AffectCompta", "Affectation des écritures comptables", DIALOG_WIDTH, DIALOG_HEIGHT,
+           INVENTORY),
       Etq_Entite(field<Field>("Etq_Entite")), Lst_SequencePos(field<ListField>("Lst_SequencePos")),
       Lst_SequenceSel(field<ListField>("Lst_SequenceSel")), Cmd_Affecter(field<Field>("Cmd_Affecter")) {
     Unload = [this] { return Form_Unload(); };
@@ -134,7 +135,8 @@ void Frm_AffectCompta::Remplir_Liste_Pos() {
         const std::string key(W_ListeSequences(i));
         const TarvexRecord& head = shared.R_BROUILLARDTETE;
         const int error = skip(
-            place, ROUTINE, [&] { shared.F_BROUILLARDTETE->DBReadLock(key, shared.R_BROUILLARDTETE); }, ERR_HELD);
+            place, ROUTINE, [&] { shared.F_BROUILLARDTETE->DBReadLock(key, shared.R_BROUILLARDTETE); },
+            ERR_HELD);
         if (error == ERR_HELD) {
             locked = true;
             continue;
@@ -142,11 +144,13 @@ void Frm_AffectCompta::Remplir_Liste_Pos() {
         skip(place, ROUTINE, [&] { shared.F_JOURNAL->DBRead(chars(key, 1, 5), shared.R_JOURNAL); });
         skip(place, ROUTINE, [&] {
             Lst_SequencePos.add_row(sequence_row(key, shared.R_JOURNAL(journal::LABEL),
-                                                 head(brouillard::TOTAL_DEBIT), head(brouillard::TOTAL_CREDIT)));
+                                                 head(brouillard::TOTAL_DEBIT),
+                                                 head(brouillard::TOTAL_CREDIT)));
         });
     }
     if (locked)
-        message(host(), "Certaines séquences de saisie sont en cours de traitement par d'autres utilisateurs.",
+        message(host(),
+                "Certaines séquences de saisie sont en cours de traitement par d'autres utilisateurs.",
                 KIND_INFORMATION);
 }
 

@@ -30,7 +30,8 @@ public:
                 ++l_;
             }
         }
-        while (has_draft()) draft_only(true);
+        while (has_draft())
+            draft_only(true);
     }
 
 private:
@@ -41,12 +42,14 @@ private:
         state_.W_CptCredit = 0;
         state_.W_CptSolde = 0;
         state_.W_TableauClos = false;
-        const long total = entries_of(edition_.W_ListeBalance, balance_file(edition_), edition_.files.R_BALANCEGENE) +
-                           entries_of(edition_.W_ListeBalanceTempo, *edition_.files.F_BALANCEGENETEMPO,
-                                      edition_.files.R_BALANCEGENETEMPO);
+        const long total =
+            entries_of(edition_.W_ListeBalance, balance_file(edition_), edition_.files.R_BALANCEGENE) +
+            entries_of(edition_.W_ListeBalanceTempo, *edition_.files.F_BALANCEGENETEMPO,
+                       edition_.files.R_BALANCEGENETEMPO);
         edition_.progress.show_progress(true);
         if (!edition_.progress.set_progress(0) || !edition_.progress.set_progress_max(total))
-            throw StepFailure(ERR_PROPERTY, "la barre de progression refuse un total de " + std::to_string(total));
+            throw StepFailure(ERR_PROPERTY,
+                              "la barre de progression refuse un total de " + std::to_string(total));
     }
 
     static long entries_of(const DynArray& keys, TarvexFile& file, TarvexRecord& slot) {
@@ -60,7 +63,9 @@ private:
     }
 
     [[nodiscard]] bool has_draft() const { return !edition_.W_ListeBalanceTempo(d_, 1).empty(); }
-    [[nodiscard]] std::string_view draft_account() const { return account_number(edition_.W_ListeBalanceTempo(d_, 1)); }
+    [[nodiscard]] std::string_view draft_account() const {
+        return account_number(edition_.W_ListeBalanceTempo(d_, 1));
+    }
     [[nodiscard]] std::string_view ledger_account(std::size_t position) const {
         return account_number(edition_.W_ListeBalance(position, 1));
     }

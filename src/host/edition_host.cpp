@@ -63,7 +63,8 @@ bool EditionHost::choose_year() {
 }
 
 bool EditionHost::enter_dates() {
-    for (const auto& [name, date] : {std::pair("Txt_DateDeb", options_.start_date), std::pair("Txt_DateFin", options_.end_date)}) {
+    for (const auto& [name, date] :
+         {std::pair("Txt_DateDeb", options_.start_date), std::pair("Txt_DateFin", options_.end_date)}) {
         if (!date) continue;
         auto& target = field<TextField>(name);
         gestures::replace_text(target, "");
@@ -85,7 +86,8 @@ bool EditionHost::enter_account(const char* number_field, const std::string& num
 
 bool EditionHost::enter_range(const std::string& from, const std::string& to) {
     Field& add = field<Field>("Cmd_Ajouter");
-    if (gestures::click(add) == Reached::no) return refuse("Cet utilisateur ne peut pas ajouter de tranche de comptes.");
+    if (gestures::click(add) == Reached::no)
+        return refuse("Cet utilisateur ne peut pas ajouter de tranche de comptes.");
     if (!enter_account("Txt_CpteDe", from) || !enter_account("Txt_CpteA", to)) return false;
     gestures::click(field<Field>("Cmd_OK"));
     return messages_.empty();

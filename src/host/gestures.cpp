@@ -19,12 +19,16 @@ const std::string* text_of(const Field& field) {
 }
 
 void put_text(Field& field, std::string text) {
-    if (auto* plain = dynamic_cast<TextField*>(&field)) plain->set_text(std::move(text));
-    else if (auto* combo = dynamic_cast<ComboField*>(&field)) combo->set_text(std::move(text));
+    if (auto* plain = dynamic_cast<TextField*>(&field))
+        plain->set_text(std::move(text));
+    else if (auto* combo = dynamic_cast<ComboField*>(&field))
+        combo->set_text(std::move(text));
 }
 
 // The field has the focus and can still be reached.
-bool at_hand(const Field& field) { return field.view().focus() == &field && field.view().user_reaches(field); }
+bool at_hand(const Field& field) {
+    return field.view().focus() == &field && field.view().user_reaches(field);
+}
 
 enum class Arrival { unreachable, diverted, arrived };
 
@@ -56,7 +60,8 @@ void click_here(Field& field) {
 void press_on_button(Field& field, int key) {
     const bool button = field.kind() == FieldKind::button;
     const bool toggles = field.kind() == FieldKind::check_box || field.kind() == FieldKind::option;
-    if ((button && (key == KEY_ENTER || key == KEY_SPACE)) || (toggles && key == KEY_SPACE)) click_here(field);
+    if ((button && (key == KEY_ENTER || key == KEY_SPACE)) || (toggles && key == KEY_SPACE))
+        click_here(field);
 }
 
 void insert_key(Field& field, int key, Caret caret) {
@@ -88,8 +93,10 @@ constexpr Caret AT_THE_END{static_cast<std::size_t>(-1), 0};
 void press_here(Field& field, int key, Caret caret = AT_THE_END) {
     if (field.KeyPress) field.KeyPress(key);
     if (key == 0) return;
-    if (text_of(field) == nullptr) press_on_button(field, key);
-    else insert_key(field, key, caret);
+    if (text_of(field) == nullptr)
+        press_on_button(field, key);
+    else
+        insert_key(field, key, caret);
 }
 
 } // namespace
@@ -126,7 +133,8 @@ void tab(View& view, bool backwards) {
     std::vector<Field*> order;
     for (const auto& field : view.Controls())
         if (field->takes_focus() && field->spec().tab >= 0) order.push_back(field.get());
-    std::sort(order.begin(), order.end(), [](const Field* a, const Field* b) { return a->spec().tab < b->spec().tab; });
+    std::sort(order.begin(), order.end(),
+              [](const Field* a, const Field* b) { return a->spec().tab < b->spec().tab; });
     if (backwards) std::reverse(order.begin(), order.end());
     const auto here = std::find(order.begin(), order.end(), view.focus());
     const auto start = here == order.end() ? order.begin() : here + 1;
@@ -140,7 +148,8 @@ void tab(View& view, bool backwards) {
 
 Reached pick(RowsField& field, int row) {
     return at(field, [&] {
-        if (auto* list = dynamic_cast<ListField*>(&field); list != nullptr && list->spec().multi) list->select_only({row});
+        if (auto* list = dynamic_cast<ListField*>(&field); list != nullptr && list->spec().multi)
+            list->select_only({row});
         field.pick(row);
     });
 }
@@ -171,8 +180,10 @@ Reached double_click(Field& field, std::optional<int> row) {
 
 Reached select_rows(ListField& list, const std::vector<int>& rows) {
     return at(list, [&] {
-        if (list.spec().multi) list.select_only(rows);
-        else list.pick(rows.empty() ? -1 : rows.back());
+        if (list.spec().multi)
+            list.select_only(rows);
+        else
+            list.pick(rows.empty() ? -1 : rows.back());
     });
 }
 

@@ -1,21 +1,16 @@
 #include "host/printers.h"
 
+#include "output/print_queue.h"
 #include "output/surfaces.h"
 #include "platform/failures.h"
 
 #include <nlohmann/json.hpp>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <istream>
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ; // NOLINT: the system's own name
 
 namespace corvalissement {
 
@@ -34,7 +29,8 @@ std::string member(const nlohmann::json& object, const char* name, bool required
 PrinterEntry parse_entry(const std::string& line) {
     const auto object = nlohmann::json::parse(line, nullptr, false);
     if (!object.is_object()) throw StepFailure(ERR_PROPERTY, "la ligne n'est pas un objet JSON");
-    PrinterEntry entry{member(object, "nom", true), member(object, "port", false), member(object, "sortie", false)};
+    PrinterEntry entry{member(object, "nom", true), member(object, "port", false),
+                       member(object, "sortie", false)};
     if (entry.name.empty()) throw StepFailure(ERR_PROPERTY, "« nom » est vide");
     return entry;
 }
@@ -61,7 +57,9 @@ public:
     void NewPage() override { inner_->NewPage(); }
     void EndDoc() override { inner_->EndDoc(); }
     [[nodiscard]] long page_count() const override { return inner_->page_count(); }
-    void describe(std::string_view title, std::string_view author) override { inner_->describe(title, author); }
+    void describe(std::string_view title, std::string_view author) override {
+        inner_->describe(title, author);
+    }
     void mark_account(std::string_view number, std::string_view label) override {
         inner_->mark_account(number, label);
     }
@@ -96,7 +94,7 @@ public:
     void EndDoc() override {
         ForwardingSurface::EndDoc();
         if (page_count() == 0 || sent_) return;
-        send_to_queue(queue_, file_, copies_);
+        print_on_queue(queue_, file_, copies_);
         sent_ = true;
     }
 
@@ -114,20 +112,6 @@ private:
 // A printer without an output of its own: the server serves it, and the control only ends its document.
 std::string nowhere() { return "/dev/null"; }
 
-[[noreturn]] void queue_failure(const std::string& queue, const std::string& reason) {
-    throw StepFailure(ERR_OUTPUT, "la file d'impression « " + queue + " » a refusé l'édition : " + reason, queue);
-}
-
-std::string read_all(int descriptor) {
-    std::string text;
-    std::array<char, 512> buffer{};
-    ssize_t got = 0;
-    while ((got = ::read(descriptor, buffer.data(), buffer.size())) > 0 && text.size() < 4096)
-        text.append(buffer.data(), static_cast<std::size_t>(got));
-    while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
-    return text;
-}
-
 } // namespace
 
 std::vector<PrinterEntry> read_printers(std::istream& input, const std::string& name) {
@@ -138,7 +122,8 @@ std::vector<PrinterEntry> read_printers(std::istream& input, const std::string& 
         try {
             printers.push_back(parse_entry(line));
         } catch (const StepFailure& failure) {
-            throw StepFailure(ERR_PROPERTY, name + ", ligne " + std::to_string(number) + " : " + failure.text(), name);
+            throw StepFailure(ERR_PROPERTY,
+                              name + ", ligne " + std::to_string(number) + " : " + failure.text(), name);
         }
     }
     return printers;
@@ -149,40 +134,11 @@ std::unique_ptr<PrintSurface> open_printer(const PrinterEntry& printer, const st
     if (printer.output.starts_with(QUEUE_PREFIX)) {
         std::string file = (std::filesystem::temp_directory_path() / "corvalissement-XXXXXX").string();
         const int descriptor = ::mkstemp(file.data());
-        if (descriptor < 0)
-            throw StepFailure(ERR_OUTPUT, file + " : " + std::strerror(errno), file);
+        if (descriptor < 0) throw StepFailure(ERR_OUTPUT, file + " : " + std::strerror(errno), file);
         ::close(descriptor);
         return std::make_unique<QueueSurface>(printer.output.substr(QUEUE_PREFIX.size()), file, printer);
     }
     return make_surface((folder / printer.output).string(), printer.name, printer.port);
-}
-
-void send_to_queue(const std::string& queue, const std::string& file, int copies) {
-    if (queue.empty() || queue.front() == '-') queue_failure(queue, "nom de file invalide");
-    std::array<int, 2> channel{};
-    if (::pipe2(channel.data(), O_CLOEXEC) != 0) queue_failure(queue, std::strerror(errno));
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, channel[1], STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, channel[1], STDERR_FILENO);
-    std::array<std::string, 7> words = {"lp", "-d", queue, "-n", std::to_string(copies), "--", file};
-    std::array<char*, 8> arguments{};
-    for (std::size_t i = 0; i < words.size(); ++i) arguments[i] = words[i].data();
-    pid_t child = 0;
-    const int error = ::posix_spawnp(&child, "lp", &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    ::close(channel[1]);
-    if (error != 0) {
-        ::close(channel[0]);
-        queue_failure(queue, std::string("la commande lp ne peut être lancée (") + std::strerror(error) + ")");
-    }
-    const std::string said = read_all(channel[0]);
-    ::close(channel[0]);
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) queue_failure(queue, said.empty() ? "sans motif" : said);
 }
 
 std::unique_ptr<PrintSurface> report_end(std::unique_ptr<PrintSurface> surface,

@@ -28,10 +28,6 @@ struct PrinterEntry {
 [[nodiscard]] std::unique_ptr<PrintSurface> open_printer(const PrinterEntry& printer,
                                                          const std::filesystem::path& folder);
 
-// Hands a finished file to a queue of the print service. Throws StepFailure (ERR_OUTPUT) with the service's
-// own words when the queue refuses.
-void send_to_queue(const std::string& queue, const std::string& file, int copies);
-
 // A surface that passes everything on to another and tells, once the document has ended, how many pages it
 // had. The telling is skipped when the end fails.
 [[nodiscard]] std::unique_ptr<PrintSurface> report_end(std::unique_ptr<PrintSurface> surface,

@@ -29,14 +29,16 @@ void write(std::ostream& events, const Json& object) {
 
 Json rows_of(const RowsField& field) {
     Json rows = Json::array();
-    for (const std::string& row : field.rows()) rows.push_back(row);
+    for (const std::string& row : field.rows())
+        rows.push_back(row);
     return rows;
 }
 
 std::string shown_text(const Field& field) {
     if (const auto* text = dynamic_cast<const TextField*>(&field)) return text->text();
     if (const auto* combo = dynamic_cast<const ComboField*>(&field)) return combo->text();
-    if (const auto* list = dynamic_cast<const ListField*>(&field)) return std::string(list->row(list->list_index()));
+    if (const auto* list = dynamic_cast<const ListField*>(&field))
+        return std::string(list->row(list->list_index()));
     return field.caption();
 }
 
@@ -55,7 +57,8 @@ Json describe(const Field& field, std::string_view prefix) {
     }
     if (const auto* list = dynamic_cast<const ListField*>(&field)) object["selection"] = list->selection();
     if (const auto* box = dynamic_cast<const CheckBoxField*>(&field)) object["valeur"] = box->value();
-    if (const auto* option = dynamic_cast<const OptionField*>(&field)) object["valeur"] = option->chosen() ? -1 : 0;
+    if (const auto* option = dynamic_cast<const OptionField*>(&field))
+        object["valeur"] = option->chosen() ? -1 : 0;
     if (const auto* bar = dynamic_cast<const ProgressBarField*>(&field)) {
         object["valeur"] = bar->value();
         object["max"] = bar->max();
@@ -91,15 +94,24 @@ public:
         rest_ = line;
         const std::string action(take_word(rest_));
         static const std::map<std::string, void (Actions::*)(), std::less<>> ACTIONS = {
-            {"saisir", &Actions::saisir},         {"touche", &Actions::touche},
-            {"effacer", &Actions::effacer},       {"aller", &Actions::aller},
-            {"tabuler", &Actions::tabuler},       {"choisir", &Actions::choisir},
-            {"cliquer", &Actions::cliquer},       {"doubler", &Actions::doubler},
-            {"selectionner", &Actions::selectionner}, {"souris", &Actions::souris},
-            {"menu", &Actions::menu},             {"glisser", &Actions::glisser},
-            {"repondre", &Actions::repondre},     {"imprimante", &Actions::imprimante},
-            {"verrouiller", &Actions::verrouiller}, {"liberer", &Actions::liberer},
-            {"fermer", &Actions::fermer},         {"lire", &Actions::lire},
+            {"saisir", &Actions::saisir},
+            {"touche", &Actions::touche},
+            {"effacer", &Actions::effacer},
+            {"aller", &Actions::aller},
+            {"tabuler", &Actions::tabuler},
+            {"choisir", &Actions::choisir},
+            {"cliquer", &Actions::cliquer},
+            {"doubler", &Actions::doubler},
+            {"selectionner", &Actions::selectionner},
+            {"souris", &Actions::souris},
+            {"menu", &Actions::menu},
+            {"glisser", &Actions::glisser},
+            {"repondre", &Actions::repondre},
+            {"imprimante", &Actions::imprimante},
+            {"verrouiller", &Actions::verrouiller},
+            {"liberer", &Actions::liberer},
+            {"fermer", &Actions::fermer},
+            {"lire", &Actions::lire},
             {"etat", &Actions::etat}};
         const auto found = ACTIONS.find(action);
         if (found == ACTIONS.end()) refuse("action inconnue : « " + action + " »");
@@ -135,7 +147,8 @@ private:
 
     int row_of(const RowsField& rows) {
         const int row = number_in(trim_blanks(rest_), "rang");
-        if (row < 0 || row >= rows.list_count()) refuse("le champ « " + name_ + " » n'a pas de rang " + std::to_string(row));
+        if (row < 0 || row >= rows.list_count())
+            refuse("le champ « " + name_ + " » n'a pas de rang " + std::to_string(row));
         return row;
     }
 
@@ -162,7 +175,8 @@ private:
         Field& target = next_field();
         if (auto* list = dynamic_cast<ListField*>(&target); list != nullptr && !trim_blanks(rest_).empty())
             check(gestures::click_row(*list, row_of(*list)));
-        else check(gestures::click(target));
+        else
+            check(gestures::click(target));
     }
     void doubler() {
         Field& target = next_field();
@@ -186,8 +200,10 @@ private:
     void souris() {
         name_ = std::string(take_word(rest_));
         const int button = number_in(trim_blanks(rest_), "bouton");
-        if (name_ == "vue") check(gestures::press_mouse(*host_.control(), button));
-        else check(gestures::press_mouse(field(name_), button));
+        if (name_ == "vue")
+            check(gestures::press_mouse(*host_.control(), button));
+        else
+            check(gestures::press_mouse(field(name_), button));
     }
     void menu() {
         name_ = "Mnu_Sommaire";
@@ -219,17 +235,21 @@ private:
         other_user().unlock(file, rest_);
     }
     void fermer() {
-        if (host_.dialog_ != nullptr) host_.unload_dialog(*host_.dialog_);
-        else host_.unload_form_of(*host_.control());
+        if (host_.dialog_ != nullptr)
+            host_.unload_dialog(*host_.dialog_);
+        else
+            host_.unload_form_of(*host_.control());
     }
     void lire() {
         const Field& target = next_field();
         write(host_.events_, describe(target, name_.starts_with(DIALOG_PREFIX) ? DIALOG_PREFIX : ""));
     }
     void etat() {
-        for (const auto& item : host_.control()->Controls()) write(host_.events_, describe(*item, ""));
+        for (const auto& item : host_.control()->Controls())
+            write(host_.events_, describe(*item, ""));
         if (host_.dialog_ == nullptr) return;
-        for (const auto& item : host_.dialog_->Controls()) write(host_.events_, describe(*item, DIALOG_PREFIX));
+        for (const auto& item : host_.dialog_->Controls())
+            write(host_.events_, describe(*item, DIALOG_PREFIX));
     }
 
     ScriptedHost& host_;
@@ -246,8 +266,11 @@ ScriptedHost::~ScriptedHost() = default;
 
 void ScriptedHost::run(std::shared_ptr<TarvexSession> session) {
     SessionEvents told;
-    told.selected = [this](std::string_view query, std::string_view file, std::string_view fields, std::size_t rows) {
-        write(events_, {{"evt", "requete"}, {"texte", query}, {"fichier", file}, {"champs", fields}, {"lignes", rows}});
+    told.selected = [this](std::string_view query, std::string_view file, std::string_view fields,
+                           std::size_t rows) {
+        write(
+            events_,
+            {{"evt", "requete"}, {"texte", query}, {"fichier", file}, {"champs", fields}, {"lignes", rows}});
     };
     told.executed = [this](std::string_view text, bool prefixed, std::string_view line) {
         Json object = {{"evt", "commande"}, {"texte", text}};
@@ -275,7 +298,8 @@ void ScriptedHost::run(std::shared_ptr<TarvexSession> session) {
         return;
     try {
         std::string line;
-        while (!unloaded() && std::getline(script_, line)) play_line(line);
+        while (!unloaded() && std::getline(script_, line))
+            play_line(line);
     } catch (const ScriptEnded&) {
         dialog_ = nullptr;
     }
@@ -362,7 +386,8 @@ PrinterChoice ScriptedHost::choose_printer() {
 
 void ScriptedHost::document_ended(const PrintSurface& surface) {
     HeadlessHost::document_ended(surface);
-    write(events_, {{"evt", "impression"}, {"imprimante", surface.DeviceName()}, {"pages", surface.page_count()}});
+    write(events_,
+          {{"evt", "impression"}, {"imprimante", surface.DeviceName()}, {"pages", surface.page_count()}});
 }
 
 } // namespace corvalissement

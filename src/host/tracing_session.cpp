@@ -17,8 +17,10 @@ public:
     [[nodiscard]] const std::string& name() const override { return inner_->name(); }
 
     void DBRead(std::string_view key, TarvexRecord& slot) override {
-        if (told_->silent > 0) inner_->DBRead(key, slot);
-        else tell(std::string(key), false, [&] { inner_->DBRead(key, slot); });
+        if (told_->silent > 0)
+            inner_->DBRead(key, slot);
+        else
+            tell(std::string(key), false, [&] { inner_->DBRead(key, slot); });
     }
 
     void DBReadLock(std::string_view key, TarvexRecord& slot) override {
@@ -61,9 +63,12 @@ public:
         return std::make_shared<TracingFile>(inner_->DBOpen(file_name), told_);
     }
 
-    [[nodiscard]] DynArray DBSelect(std::string_view request, std::string_view unused, std::string& work) override {
+    [[nodiscard]] DynArray DBSelect(std::string_view request, std::string_view unused,
+                                    std::string& work) override {
         const DynArray asked{std::string(request)};
-        const auto tell = [&](std::size_t rows) { told_->events.selected(asked(1), asked(2), asked(3), rows); };
+        const auto tell = [&](std::size_t rows) {
+            told_->events.selected(asked(1), asked(2), asked(3), rows);
+        };
         try {
             DynArray result = inner_->DBSelect(request, unused, work);
             std::size_t rows = result.DCount();

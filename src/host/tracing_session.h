@@ -11,7 +11,8 @@
 namespace corvalissement {
 
 struct SessionEvents {
-    std::function<void(std::string_view query, std::string_view file, std::string_view fields, std::size_t rows)>
+    std::function<void(std::string_view query, std::string_view file, std::string_view fields,
+                       std::size_t rows)>
         selected;
     std::function<void(std::string_view text, bool prefixed, std::string_view line)> executed;
     std::function<void(std::string_view file, std::string_view key, int error, bool locked)> read;

@@ -18,9 +18,12 @@ const ClassLimits* limits_of(AccountClass account_class) {
     static constexpr ClassLimits SUPPLIERS = {"40", "4000000000", "4099999999"};
     static constexpr ClassLimits CUSTOMERS = {"41", "4100000000", "4199999999"};
     switch (account_class) {
-    case AccountClass::fournisseurs: return &SUPPLIERS;
-    case AccountClass::clients: return &CUSTOMERS;
-    case AccountClass::globale: break;
+    case AccountClass::fournisseurs:
+        return &SUPPLIERS;
+    case AccountClass::clients:
+        return &CUSTOMERS;
+    case AccountClass::globale:
+        break;
     }
     return nullptr;
 }

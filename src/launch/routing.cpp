@@ -35,8 +35,10 @@ public:
         if (!matrix) prepare_printer();
         {
             BusyBracket busy(run_.view);
-            if (matrix) hand_to_server(surface_.get());
-            else print();
+            if (matrix)
+                hand_to_server(surface_.get());
+            else
+                print();
             busy.end();
         }
         step([&] { surface_->EndDoc(); });
@@ -54,7 +56,8 @@ private:
         step([&] { surface_ = host_.default_printer(); });
         step([&] {
             auto chosen = host_.printer(static_cast<int>(index));
-            if (!chosen) throw StepFailure(ERR_PROPERTY, "aucune imprimante n'a ce rang", std::to_string(index));
+            if (!chosen)
+                throw StepFailure(ERR_PROPERTY, "aucune imprimante n'a ce rang", std::to_string(index));
             surface_ = std::move(chosen);
         });
     }
@@ -72,12 +75,14 @@ private:
 
     void print() {
         const ReadingScope reading(run_.session);
-        Edition edition{run_.selection,  run_.W_ListeBalance, run_.W_ListeBalanceTempo, run_.files,
-                        run_.state,      *surface_,           run_.progress,            host_.skipped_failures(),
-                        host_.today()};
+        Edition edition{
+            run_.selection, run_.W_ListeBalance, run_.W_ListeBalanceTempo, run_.files,   run_.state,
+            *surface_,      run_.progress,       host_.skipped_failures(), host_.today()};
         step([&] { Entete_Page(edition); });
-        if (run_.selection.with_drafts) step([&] { Impression_Detail_Brouillard(edition); });
-        else step([&] { Impression_Detail(edition); });
+        if (run_.selection.with_drafts)
+            step([&] { Impression_Detail_Brouillard(edition); });
+        else
+            step([&] { Impression_Detail(edition); });
         step([&] { Imprime_Page_Total(edition); });
     }
 

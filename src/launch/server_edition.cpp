@@ -28,7 +28,8 @@ std::string printer_target(HostServices& host, const PrintSurface& printer) {
     return target;
 }
 
-void leave_keys(ServerEdition& edition, std::string_view prefix, const std::string& user, const DynArray& list) {
+void leave_keys(ServerEdition& edition, std::string_view prefix, const std::string& user,
+                const DynArray& list) {
     skip_step(edition, [&] {
         TarvexRecord record = edition.files.F_TEMPO->DBNew(std::string(prefix) + user);
         record.set(1, joined_keys(list));
@@ -51,7 +52,8 @@ bool printer_known(ServerEdition& edition, const std::string& user) {
     execute(edition, prefixed_command("TESTESETPTR " + user + " " + edition.G_Imprimante));
     const std::string key = std::string(tempo::PRINTER_ANSWER) + user;
     TarvexRecord& answer = edition.files.R_TEMPO;
-    if (skip_step(edition, [&] { edition.files.F_TEMPO->DBRead(key, answer); }) == ERR_NOT_FOUND) return false;
+    if (skip_step(edition, [&] { edition.files.F_TEMPO->DBRead(key, answer); }) == ERR_NOT_FOUND)
+        return false;
     if (answer(1) != tempo::PRINTER_UNKNOWN) return true;
     edition.host.message_box("L'imprimante que vous avez sélectionné n'est pas correctement paramétrée.",
                              KIND_WARNING, "MessageMERIDOXAN");
@@ -61,7 +63,8 @@ bool printer_known(ServerEdition& edition, const std::string& user) {
 void tell_file_made(ServerEdition& edition) {
     TarvexRecord& result = edition.files.R_TEMPO;
     skip_step(edition, [&] { edition.files.F_TEMPO->DBRead(tempo::FILE_MADE, result); });
-    edition.host.message_box("Le fichier " + std::string(result(1)) + " a été généré dans le répertoire LIENCOMPTA",
+    edition.host.message_box("Le fichier " + std::string(result(1)) +
+                                 " a été généré dans le répertoire LIENCOMPTA",
                              KIND_WARNING, "Message Meridoxan");
 }
 
@@ -80,8 +83,10 @@ std::string joined_keys(const DynArray& list) {
 
 std::string edition_command_line(const Selection& selection, std::string_view user) {
     std::string_view year = exercice::CODE_ARCHIVE_LINE;
-    if (selection.exercice == exercice::SUIVANT) year = exercice::CODE_N1;
-    else if (selection.exercice == exercice::COURANT) year = exercice::CODE_N0;
+    if (selection.exercice == exercice::SUIVANT)
+        year = exercice::CODE_N1;
+    else if (selection.exercice == exercice::COURANT)
+        year = exercice::CODE_N0;
     std::string line = "CORVALISSEMENT";
     const auto add = [&](std::string_view field) {
         line += ' ';

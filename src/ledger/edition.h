@@ -40,8 +40,9 @@ public:
             std::forward<Step>(step)();
             return true;
         } catch (const StepFailure& failure) {
-            settle(failure.record().empty() ? StepFailure(failure.number(), failure.text(), std::string(record))
-                                            : failure);
+            settle(failure.record().empty()
+                       ? StepFailure(failure.number(), failure.text(), std::string(record))
+                       : failure);
         } catch (const std::exception& other) {
             settle(StepFailure(ERR_OTHER, other.what(), std::string(record)));
         }
@@ -60,6 +61,8 @@ private:
 };
 
 // The list's number of keys: 0 when its whole text is empty.
-[[nodiscard]] inline std::size_t key_count(const DynArray& list) { return list.text().empty() ? 0 : list.DCount(); }
+[[nodiscard]] inline std::size_t key_count(const DynArray& list) {
+    return list.text().empty() ? 0 : list.DCount();
+}
 
 } // namespace corvalissement

@@ -78,7 +78,8 @@ bool EntryLine::continues_held(const TarvexRecord& entry, std::string_view entry
     if (state.W_LignePrec < 0 || state.W_LignePrec == INT16_MAX) return false;
     std::array<char, 5> next{};
     int line_number = state.W_LignePrec + 1;
-    for (std::size_t i = next.size(); i-- > 0; line_number /= 10) next[i] = static_cast<char>('0' + line_number % 10);
+    for (std::size_t i = next.size(); i-- > 0; line_number /= 10)
+        next[i] = static_cast<char>('0' + line_number % 10);
     return line_of_entry(entry_key) == std::string_view(next.data(), next.size()) &&
            state.W_PiecePrec == entry(entry::PIECE) && state.W_JournalPrec == journal_of_entry(entry_key) &&
            state.W_LibellePrec == entry(entry::LABEL) && state.W_DatePrec == entry(entry::DATE);
@@ -95,7 +96,8 @@ bool EntryLine::merge(const TarvexRecord& entry) {
     double amount = 0;
     // An amount that is none leaves the held line as it is; the failure is told once, by the line that the
     // entry opens.
-    if (!readable || error_of([&] { amount = hundredths_of(entry(debit ? entry::DEBIT : entry::CREDIT)); }) != 0)
+    if (!readable ||
+        error_of([&] { amount = hundredths_of(entry(debit ? entry::DEBIT : entry::CREDIT)); }) != 0)
         return false;
     sum += amount;
     if (!amount_fits(sum)) return false;
@@ -120,8 +122,10 @@ void EntryLine::remember(const TarvexRecord& entry, std::string_view entry_key) 
             throw StepFailure(ERR_OVERFLOW, "le numéro de ligne dépasse 32767");
         state.W_LignePrec = static_cast<std::int16_t>(number);
     });
-    if (!entry(entry::DEBIT).empty()) state.W_SensPrec = "DEBIT";
-    else if (!entry(entry::CREDIT).empty()) state.W_SensPrec = "CREDIT";
+    if (!entry(entry::DEBIT).empty())
+        state.W_SensPrec = "DEBIT";
+    else if (!entry(entry::CREDIT).empty())
+        state.W_SensPrec = "CREDIT";
 }
 
 void EntryLine::date_column(std::string& line, const TarvexRecord& entry, std::string_view entry_key) {
@@ -131,7 +135,8 @@ void EntryLine::date_column(std::string& line, const TarvexRecord& entry, std::s
         last_date_.assign(date);
         steps_.run(entry_key, [&] {
             const std::string full = date_text(date);
-            if (!full.empty()) last_date_text_ = full.substr(0, 6) + full.substr(8, 2); // dd/mm/yyyy to DD/MM/YY
+            if (!full.empty())
+                last_date_text_ = full.substr(0, 6) + full.substr(8, 2); // dd/mm/yyyy to DD/MM/YY
         });
     }
     line += last_date_text_;

@@ -31,7 +31,8 @@ public:
     // `index` is its place in the balance record, from 1, and `in_range_count` gives the number of the
     // record's dates up to the end date; it is asked for accounts of classes 6 and 7 only.
     template <class Count>
-    void print(const TarvexRecord& entry, std::string_view entry_key, std::size_t index, Count&& in_range_count) {
+    void print(const TarvexRecord& entry, std::string_view entry_key, std::size_t index,
+               Count&& in_range_count) {
         if (!hold_or_print(entry, entry_key)) return;
         if (index == in_range_count()) print_held();
     }

@@ -14,14 +14,16 @@ namespace {
 class LedgerPass {
 public:
     explicit LedgerPass(Edition& edition)
-        : edition_(edition), state_(edition.state), steps_(Steps::On::skip, edition.failures, "Impression_Detail"),
-          period_(edition.selection), line_(edition, steps_, PieceSide::right), end_count_(period_, steps_) {}
+        : edition_(edition), state_(edition.state),
+          steps_(Steps::On::skip, edition.failures, "Impression_Detail"), period_(edition.selection),
+          line_(edition, steps_, PieceSide::right), end_count_(period_, steps_) {}
 
     void run() {
         prepare();
         const std::size_t keys = key_count(edition_.W_ListeBalance);
         show_progress(keys);
-        for (std::size_t i = 1; i <= keys; ++i) print_key(edition_.W_ListeBalance(i, 1));
+        for (std::size_t i = 1; i <= keys; ++i)
+            print_key(edition_.W_ListeBalance(i, 1));
         state_.W_TotalCompte = true;
         steps_.run("", [&] { Imprime_Fin_Tableau(edition_); });
     }
@@ -63,7 +65,8 @@ private:
         end_count_.start_record();
         const TarvexRecord& balance = edition_.files.R_BALANCEGENE;
         const std::size_t entries = balance.DCount(balance::ENTRIES);
-        for (std::size_t index = 1; index <= entries; ++index) print_entry(balance, index);
+        for (std::size_t index = 1; index <= entries; ++index)
+            print_entry(balance, index);
         line_.print_held();
     }
 

@@ -29,10 +29,11 @@ struct ColumnTitle {
     std::size_t blanks;
     std::string_view title;
 };
-constexpr ColumnTitle COLUMN_TITLES[] = {{3, "DATE"},     {4, "JO"},       {2, "LIGNE"}, {13, "LIBELLE"},
-                                         {15, "PIECE"},   {4, "QUANTITE"}, {4, "ECHEANCE"}, {4, "DEBIT"},
-                                         {5, "LET."},     {3, "CREDIT"},   {7, "SOLDE"}};
-constexpr ColumnTitle TOTAL_TITLES[] = {{60, ""}, {4, "QUANTITE"}, {16, "DEBIT"}, {12, "CREDIT"}, {7, "SOLDE"}};
+constexpr ColumnTitle COLUMN_TITLES[] = {{3, "DATE"},   {4, "JO"},       {2, "LIGNE"},    {13, "LIBELLE"},
+                                         {15, "PIECE"}, {4, "QUANTITE"}, {4, "ECHEANCE"}, {4, "DEBIT"},
+                                         {5, "LET."},   {3, "CREDIT"},   {7, "SOLDE"}};
+constexpr ColumnTitle TOTAL_TITLES[] = {
+    {60, ""}, {4, "QUANTITE"}, {16, "DEBIT"}, {12, "CREDIT"}, {7, "SOLDE"}};
 
 std::string blanks(std::size_t count) { return std::string(count, ' '); }
 
@@ -168,8 +169,10 @@ void Imprime_Entete_Tableau(Edition& edition) {
         totals ? std::span<const ColumnTitle>(TOTAL_TITLES) : std::span<const ColumnTitle>(COLUMN_TITLES);
     for (const ColumnTitle& column : titles) {
         keep(edition, blanks(column.blanks));
-        if (&column == &titles.back()) end(edition, column.title);
-        else keep(edition, column.title);
+        if (&column == &titles.back())
+            end(edition, column.title);
+        else
+            keep(edition, column.title);
     }
 
     surface.set_DrawWidth(3);
@@ -181,7 +184,8 @@ void Imprime_Entete_Tableau(Edition& edition) {
     vertical_rule(edition, RIGHT_CM, top, bottom);
     const std::span<const double> rules =
         totals ? std::span<const double>(TOTAL_RULES) : std::span<const double>(BLOCK_RULES);
-    for (const double x : rules.subspan(1, rules.size() - 2)) vertical_rule(edition, x, top, bottom);
+    for (const double x : rules.subspan(1, rules.size() - 2))
+        vertical_rule(edition, x, top, bottom);
     // The last rule ended at the box's lower edge: the text goes on one row below it.
     blank_row(edition);
     edition.state.W_HautTableau = bottom;
@@ -207,7 +211,8 @@ void Imprime_Fin_Tableau(Edition& edition) {
     state.W_NbLignes += 2;
     state.W_LignesTableau += 2;
     const double bottom = block_bottom(edition);
-    for (const double x : BLOCK_RULES) vertical_rule(edition, x, state.W_HautTableau, bottom);
+    for (const double x : BLOCK_RULES)
+        vertical_rule(edition, x, state.W_HautTableau, bottom);
     horizontal_rule(edition, bottom);
     state.W_HautTableau = edition.surface.CurrentY();
     blank_row(edition);
@@ -237,7 +242,8 @@ void Imprime_Page_Total(Edition& edition) {
 
     const double top = cm(edition, TITLE_BOTTOM_CM);
     const double bottom = cm(edition, TOTAL_BOTTOM_CM);
-    for (const double x : TOTAL_RULES) vertical_rule(edition, x, top, bottom);
+    for (const double x : TOTAL_RULES)
+        vertical_rule(edition, x, top, bottom);
     horizontal_rule(edition, bottom);
 }
 

@@ -109,8 +109,10 @@ void print_continuation_title(Edition& edition) {
     PrintSurface& surface = edition.surface;
     detail::begin_title(edition);
     ++state.W_PageCompte;
-    const std::string_view label = chars(edition.files.R_PLANCOMPTABLE(plan::LABEL), 1, CONTINUATION_LABEL_CHARS);
-    surface.Print(pad_right(label, CONTINUATION_LABEL_CHARS + 1) + " Page : " + std::to_string(state.W_PageCompte),
+    const std::string_view label =
+        chars(edition.files.R_PLANCOMPTABLE(plan::LABEL), 1, CONTINUATION_LABEL_CHARS);
+    surface.Print(pad_right(label, CONTINUATION_LABEL_CHARS + 1) +
+                      " Page : " + std::to_string(state.W_PageCompte),
                   LineEnd::end);
     surface.set_FontBold(false);
     surface.Print(" ", LineEnd::end);

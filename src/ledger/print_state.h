@@ -9,12 +9,12 @@
 namespace corvalissement {
 
 struct PrintState {
-    double W_Cm = 567;         // units per centimetre, set by Imprime before the first page
-    long W_NumPage = 0;        // page of the edition; Entete_Page adds 1 before it prints it
-    int W_NbLignes = 0;        // lines counted on this page, set to 0 by Entete_Page
-    int W_MaxLignes = 30;      // full when W_NbLignes is GREATER: 31 counted lines fit
-    double W_HautTableau = 0;  // y where the block of rules being built begins
-    int W_LignesTableau = 0;   // rows of text in that block, at 0.39 cm each
+    double W_Cm = 567;           // units per centimetre, set by Imprime before the first page
+    long W_NumPage = 0;          // page of the edition; Entete_Page adds 1 before it prints it
+    int W_NbLignes = 0;          // lines counted on this page, set to 0 by Entete_Page
+    int W_MaxLignes = 30;        // full when W_NbLignes is GREATER: 31 counted lines fit
+    double W_HautTableau = 0;    // y where the block of rules being built begins
+    int W_LignesTableau = 0;     // rows of text in that block, at 0.39 cm each
     bool W_TotalCompte = false;  // set just before Imprime_Fin_Tableau when a TOTAL COMPTE is due
     bool W_TableauFerme = false; // the last Imprime_Fin_Tableau printed a TOTAL COMPTE
     bool W_PageTotal = false;    // the closing page is being printed
@@ -30,10 +30,10 @@ struct PrintState {
     double W_TotCredit = 0;
     double W_TotSolde = 0;
 
-    bool W_RuptureCompte = false; // this entry opened an account after another one
-    std::string W_CompteCourant;  // account key of the open account
-    bool W_CompteOuvert = false;  // an account has been opened in the routine at work
-    bool W_TableauClos = false;   // the merged pass has closed the block
+    bool W_RuptureCompte = false;     // this entry opened an account after another one
+    std::string W_CompteCourant;      // account key of the open account
+    bool W_CompteOuvert = false;      // an account has been opened in the routine at work
+    bool W_TableauClos = false;       // the merged pass has closed the block
     std::size_t W_NbEcrituresFin = 0; // count of the end-of-range test
 
     // The previous entry of classes 6 and 7, for merging only.

@@ -40,7 +40,8 @@ public:
 
     void append_to(std::string& page) const {
         page += whole_;
-        for (const char32_t cell : cells_) append_char(page, cell);
+        for (const char32_t cell : cells_)
+            append_char(page, cell);
     }
 
 private:
@@ -58,7 +59,8 @@ private:
     }
 
     void spread() {
-        for (std::size_t at = 0; at < whole_.size();) cells_ += next_char(whole_, at);
+        for (std::size_t at = 0; at < whole_.size();)
+            cells_ += next_char(whole_, at);
         whole_.clear();
     }
 

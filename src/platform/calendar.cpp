@@ -25,8 +25,10 @@ bool civil_from_day(std::int64_t day_number, CivilDate& date) noexcept {
     if (day_number < -DAYS_TO_ORIGIN || day_number > 2'958'465) return false;
     std::int64_t days = day_number + DAYS_TO_ORIGIN;
     std::int64_t year = days * 400 / 146'097 + 1;
-    while (days_before_year(year) > days) --year;
-    while (days_before_year(year + 1) <= days) ++year;
+    while (days_before_year(year) > days)
+        --year;
+    while (days_before_year(year + 1) <= days)
+        ++year;
     days -= days_before_year(year);
     const int y = static_cast<int>(year);
     int month = 1;
@@ -42,7 +44,8 @@ bool day_from_civil(const CivilDate& date, std::int64_t& day_number) noexcept {
     if (date.year < 1 || date.year > 9999 || date.month < 1 || date.month > 12) return false;
     if (date.day < 1 || date.day > days_of_month(date.year, date.month)) return false;
     std::int64_t days = days_before_year(date.year) + date.day - 1;
-    for (int month = 1; month < date.month; ++month) days += days_of_month(date.year, month);
+    for (int month = 1; month < date.month; ++month)
+        days += days_of_month(date.year, month);
     day_number = days - DAYS_TO_ORIGIN;
     return true;
 }

@@ -39,8 +39,10 @@ bool Field::takes_focus() const noexcept {
     case FieldKind::list:
     case FieldKind::button:
     case FieldKind::check_box:
-    case FieldKind::option: return true;
-    default: return false;
+    case FieldKind::option:
+        return true;
+    default:
+        return false;
     }
 }
 
@@ -127,8 +129,10 @@ void ListField::remove_row(int index) {
     rows_.erase(rows_.begin() + index);
     selected_.erase(selected_.begin() + index);
     // The current row goes without a Click.
-    if (list_index() == index) assign_index(-1);
-    else if (list_index() > index) assign_index(list_index() - 1);
+    if (list_index() == index)
+        assign_index(-1);
+    else if (list_index() > index)
+        assign_index(list_index() - 1);
     shown();
 }
 

@@ -48,10 +48,10 @@ struct FieldSpec {
     std::string_view caption;
     std::string_view container; // "" for the form itself
     Place place;
-    int tab = -1;         // place in the tab order, -1 for none
-    int max_length = 0;   // characters that can be typed into a text, 0 for no limit
-    bool multi = false;   // a list in which several rows can be selected
-    bool enabled = true;  // at creation
+    int tab = -1;                              // place in the tab order, -1 for none
+    int max_length = 0;                        // characters that can be typed into a text, 0 for no limit
+    bool multi = false;                        // a list in which several rows can be selected
+    bool enabled = true;                       // at creation
     std::array<std::string_view, 3> rows = {}; // fixed rows of a combo
 };
 

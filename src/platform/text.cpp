@@ -64,7 +64,8 @@ std::size_t char_length(std::string_view text, std::size_t at) noexcept {
 }
 
 bool is_ascii(std::string_view text) noexcept {
-    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80U; });
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < 0x80U; });
 }
 
 // Byte offset of the character behind `count` characters from byte `from`.
@@ -82,7 +83,8 @@ std::size_t offset_after(std::string_view text, std::size_t from, std::size_t co
 std::size_t char_count(std::string_view text) noexcept {
     if (is_ascii(text)) return text.size();
     std::size_t count = 0;
-    for (std::size_t at = 0; at < text.size(); at += char_length(text, at)) ++count;
+    for (std::size_t at = 0; at < text.size(); at += char_length(text, at))
+        ++count;
     return count;
 }
 
@@ -128,7 +130,8 @@ char32_t next_char(std::string_view text, std::size_t& at) noexcept {
         return length == 0 ? U'\uFFFD' : lead;
     }
     char32_t character = lead & (0x7FU >> length);
-    for (std::size_t i = 1; i < length; ++i) character = (character << 6U) | (byte_at(text, at + i) & 0x3FU);
+    for (std::size_t i = 1; i < length; ++i)
+        character = (character << 6U) | (byte_at(text, at + i) & 0x3FU);
     at += length;
     return character;
 }
@@ -194,7 +197,8 @@ bool is_utf8(std::string_view text) noexcept {
 std::string sanitize(std::string_view text) {
     std::string result;
     result.reserve(text.size());
-    for (std::size_t at = 0; at < text.size();) append_char(result, next_char(text, at));
+    for (std::size_t at = 0; at < text.size();)
+        append_char(result, next_char(text, at));
     return result;
 }
 

@@ -6,17 +6,24 @@ namespace {
 
 std::unique_ptr<Field> make_field(View& view, const FieldSpec& spec) {
     switch (spec.kind) {
-    case FieldKind::text: return std::make_unique<TextField>(view, spec);
-    case FieldKind::combo: return std::make_unique<ComboField>(view, spec);
-    case FieldKind::list: return std::make_unique<ListField>(view, spec);
-    case FieldKind::check_box: return std::make_unique<CheckBoxField>(view, spec);
-    case FieldKind::option: return std::make_unique<OptionField>(view, spec);
-    case FieldKind::progress_bar: return std::make_unique<ProgressBarField>(view, spec);
+    case FieldKind::text:
+        return std::make_unique<TextField>(view, spec);
+    case FieldKind::combo:
+        return std::make_unique<ComboField>(view, spec);
+    case FieldKind::list:
+        return std::make_unique<ListField>(view, spec);
+    case FieldKind::check_box:
+        return std::make_unique<CheckBoxField>(view, spec);
+    case FieldKind::option:
+        return std::make_unique<OptionField>(view, spec);
+    case FieldKind::progress_bar:
+        return std::make_unique<ProgressBarField>(view, spec);
     case FieldKind::label:
     case FieldKind::button:
     case FieldKind::frame:
     case FieldKind::menu:
-    case FieldKind::menu_entry: break;
+    case FieldKind::menu_entry:
+        break;
     }
     return std::make_unique<Field>(view, spec);
 }
@@ -27,7 +34,8 @@ View::View(HostServices& host, std::string_view name, std::string_view caption, 
            std::span<const FieldSpec> inventory)
     : host_(host), name_(name), caption_(caption), width_(width), height_(height) {
     fields_.reserve(inventory.size());
-    for (const FieldSpec& spec : inventory) fields_.push_back(make_field(*this, spec));
+    for (const FieldSpec& spec : inventory)
+        fields_.push_back(make_field(*this, spec));
     for (const auto& field : fields_)
         if (!field->spec().container.empty()) field->set_container(find(field->spec().container));
 }

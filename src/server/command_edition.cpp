@@ -7,6 +7,7 @@
 #include "launch/server_edition.h"
 #include "ledger/ledger_pass.h"
 #include "ledger/page_frame.h"
+#include "output/print_queue.h"
 #include "output/surfaces.h"
 #include "platform/text.h"
 #include "server/command_drafts.h"

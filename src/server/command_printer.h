@@ -39,9 +39,4 @@ struct PrinterTarget {
 [[nodiscard]] PrinterTarget printer_of_user(Store& store, std::string_view user,
                                             const std::string& base_path);
 
-// Hands a finished file to a queue through the print service's command `lp`, which is started directly,
-// never through a shell, and waits until it has taken the file. Throws StepFailure (ERR_OUTPUT) with the
-// service's own words when the queue refuses.
-void print_on_queue(const std::string& queue, const std::string& file);
-
 } // namespace corvalissement

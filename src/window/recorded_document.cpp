@@ -29,7 +29,8 @@ void put(std::string& bytes, Number number) {
 void put_mark(std::string& bytes, const PageMark& mark) {
     bytes += static_cast<char>(mark.kind);
     bytes += static_cast<char>((mark.bold ? BOLD : 0) | (mark.underline ? UNDERLINE : 0));
-    for (const double number : {mark.points, mark.x, mark.y, mark.x2, mark.y2}) put(bytes, number);
+    for (const double number : {mark.points, mark.x, mark.y, mark.x2, mark.y2})
+        put(bytes, number);
     put(bytes, mark.pen_width);
     for (const std::string* text : {&mark.text, &mark.label}) {
         put(bytes, static_cast<std::uint32_t>(text->size()));
@@ -48,7 +49,8 @@ public:
         const char style = number<char>();
         mark.bold = (style & BOLD) != 0;
         mark.underline = (style & UNDERLINE) != 0;
-        for (double* part : {&mark.points, &mark.x, &mark.y, &mark.x2, &mark.y2}) *part = number<double>();
+        for (double* part : {&mark.points, &mark.x, &mark.y, &mark.x2, &mark.y2})
+            *part = number<double>();
         mark.pen_width = number<int>();
         mark.text = text();
         mark.label = text();
@@ -94,15 +96,18 @@ std::vector<PageMark> RecordedDocument::page(long number) {
     if (const std::string reason = pages_.failure(); !reason.empty()) throw StepFailure(ERR_OUTPUT, reason);
     // Qt wants the stream behind a guess of its length, most significant byte first.
     QByteArray stream;
-    for (const int shift : {24, 16, 8, 0}) stream.append(static_cast<char>((USUAL_PAGE >> shift) & 0xFF));
+    for (const int shift : {24, 16, 8, 0})
+        stream.append(static_cast<char>((USUAL_PAGE >> shift) & 0xFF));
     stream.append(packed.data(), static_cast<qsizetype>(packed.size()));
     const QByteArray bytes = qUncompress(stream);
     std::vector<PageMark> marks;
-    for (Reader reader(bytes); !reader.at_end();) marks.push_back(reader.mark());
+    for (Reader reader(bytes); !reader.at_end();)
+        marks.push_back(reader.mark());
     return marks;
 }
 
-std::optional<RecordedDocument::Place> RecordedDocument::find(std::string_view wanted, std::optional<Place> after) {
+std::optional<RecordedDocument::Place> RecordedDocument::find(std::string_view wanted,
+                                                              std::optional<Place> after) {
     const std::string folded = fold(wanted);
     if (folded.empty() || page_count() == 0) return std::nullopt;
     const long start = after ? after->page : 0;
@@ -111,7 +116,8 @@ std::optional<RecordedDocument::Place> RecordedDocument::find(std::string_view w
         const long number = (start + step) % page_count();
         const std::vector<PageMark> marks = page(number);
         for (std::size_t i = step == 0 && after ? after->mark + 1 : 0; i < marks.size(); ++i)
-            if (marks[i].kind == PageMark::Kind::text && fold(marks[i].text).find(folded) != std::string::npos)
+            if (marks[i].kind == PageMark::Kind::text &&
+                fold(marks[i].text).find(folded) != std::string::npos)
                 return Place{number, i};
     }
     return std::nullopt;
@@ -146,7 +152,8 @@ void RecordedDocument::replay(PrintSurface& surface) {
 
 class RecordingSurface final : public PrintSurface {
 public:
-    RecordingSurface(std::string device_name, std::string port, std::function<void(std::shared_ptr<RecordedDocument>)> ended)
+    RecordingSurface(std::string device_name, std::string port,
+                     std::function<void(std::shared_ptr<RecordedDocument>)> ended)
         : device_name_(std::move(device_name)), port_(std::move(port)), ended_(std::move(ended)),
           document_(std::make_shared<RecordedDocument>(spool_folder())) {}
 
@@ -154,7 +161,8 @@ public:
     [[nodiscard]] std::string Port() const override { return port_; }
     void set_Orientation(int orientation) override { document_->orientation_ = orientation; }
     void set_Copies(int copies) override {
-        if (copies < 1) throw StepFailure(ERR_PROPERTY, "Nombre d'exemplaires refusé par l'imprimante", device_name_);
+        if (copies < 1)
+            throw StepFailure(ERR_PROPERTY, "Nombre d'exemplaires refusé par l'imprimante", device_name_);
         document_->copies_ = copies;
     }
     void set_FontName(std::string_view) override {} // one fixed-pitch face, as on every surface
@@ -198,7 +206,8 @@ public:
         end_page();
         document_->pages_.finish();
         if (const std::string reason = document_->pages_.failure(); !reason.empty())
-            throw StepFailure(ERR_OUTPUT, "les pages de l'aperçu ne peuvent être gardées : " + reason, device_name_);
+            throw StepFailure(ERR_OUTPUT, "les pages de l'aperçu ne peuvent être gardées : " + reason,
+                              device_name_);
         if (ended_) ended_(document_);
     }
 
@@ -245,8 +254,9 @@ private:
     bool ended_already_ = false;
 };
 
-std::unique_ptr<PrintSurface> make_recording_surface(std::string device_name, std::string port,
-                                                     std::function<void(std::shared_ptr<RecordedDocument>)> ended) {
+std::unique_ptr<PrintSurface>
+make_recording_surface(std::string device_name, std::string port,
+                       std::function<void(std::shared_ptr<RecordedDocument>)> ended) {
     return std::make_unique<RecordingSurface>(std::move(device_name), std::move(port), std::move(ended));
 }
 

@@ -36,7 +36,9 @@ int button_of(Qt::MouseButton button) {
     return button == Qt::MiddleButton ? BUTTON_MIDDLE : BUTTON_LEFT;
 }
 
-bool is_enter(const QKeyEvent& event) { return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter; }
+bool is_enter(const QKeyEvent& event) {
+    return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
+}
 
 // The field that a drop on this mouse position would reach is told by name; a drag of another program, or
 // of another form, is none of ours.
@@ -47,11 +49,16 @@ int row_after(const QKeyEvent& event, const RowsField& rows) {
     const int last = rows.list_count() - 1;
     const int here = rows.list_index();
     switch (event.key()) {
-    case Qt::Key_Up: return here < 0 ? 0 : std::max(here - 1, 0);
-    case Qt::Key_Down: return std::min(here + 1, last);
-    case Qt::Key_PageUp: return std::max(here - ROWS_A_PAGE, 0);
-    case Qt::Key_PageDown: return std::min(here + ROWS_A_PAGE, last);
-    default: return -1;
+    case Qt::Key_Up:
+        return here < 0 ? 0 : std::max(here - 1, 0);
+    case Qt::Key_Down:
+        return std::min(here + 1, last);
+    case Qt::Key_PageUp:
+        return std::max(here - ROWS_A_PAGE, 0);
+    case Qt::Key_PageDown:
+        return std::min(here + ROWS_A_PAGE, last);
+    default:
+        return -1;
     }
 }
 
@@ -63,7 +70,8 @@ bool ViewWidget::eventFilter(QObject* watched, QEvent* event) {
     Field& field = *found->second->field;
     auto* widget = static_cast<QWidget*>(watched);
     switch (event->type()) {
-    case QEvent::KeyPress: return key_pressed(field, widget, *static_cast<QKeyEvent*>(event));
+    case QEvent::KeyPress:
+        return key_pressed(field, widget, *static_cast<QKeyEvent*>(event));
     case QEvent::InputMethod: {
         // Accented letters that the keyboard composes arrive here, each a key of its own.
         const auto& composed = *static_cast<QInputMethodEvent*>(event);
@@ -73,12 +81,16 @@ bool ViewWidget::eventFilter(QObject* watched, QEvent* event) {
             type_at_caret(field, *edit, static_cast<int>(character));
         return true;
     }
-    case QEvent::MouseButtonPress: return mouse_pressed(field, widget, *static_cast<QMouseEvent*>(event));
-    case QEvent::MouseButtonDblClick: return mouse_doubled(field, widget, *static_cast<QMouseEvent*>(event));
-    case QEvent::Wheel: return wheel_turned(field, widget, *static_cast<QWheelEvent*>(event));
+    case QEvent::MouseButtonPress:
+        return mouse_pressed(field, widget, *static_cast<QMouseEvent*>(event));
+    case QEvent::MouseButtonDblClick:
+        return mouse_doubled(field, widget, *static_cast<QMouseEvent*>(event));
+    case QEvent::Wheel:
+        return wheel_turned(field, widget, *static_cast<QWheelEvent*>(event));
     case QEvent::DragEnter:
     case QEvent::DragMove:
-    case QEvent::Drop: return dropped(field, *event);
+    case QEvent::Drop:
+        return dropped(field, *event);
     case QEvent::FocusIn:
         // The mouse has led the keyboard here. The gesture waits until the press is through, since what
         // the field left has to say may open a box.
@@ -92,7 +104,8 @@ bool ViewWidget::eventFilter(QObject* watched, QEvent* event) {
         if (static_cast<QContextMenuEvent*>(event)->reason() == QContextMenuEvent::Keyboard)
             act([&] { gestures::press_mouse(view_, BUTTON_RIGHT); });
         return true;
-    default: return false;
+    default:
+        return false;
     }
 }
 
@@ -108,7 +121,8 @@ bool ViewWidget::key_pressed(Field& field, QWidget* widget, const QKeyEvent& eve
         act([&] { gestures::tab(view_, event.key() == Qt::Key_Backtab); });
         return true;
     }
-    if (auto* edit = qobject_cast<QLineEdit*>(widget); edit != nullptr && key_in_text(field, *edit, event)) return true;
+    if (auto* edit = qobject_cast<QLineEdit*>(widget); edit != nullptr && key_in_text(field, *edit, event))
+        return true;
     if (field.kind() == FieldKind::combo) {
         const bool opens = event.key() == Qt::Key_F4 || ((event.modifiers() & Qt::AltModifier) != 0);
         return !opens && key_in_rows(field, event);
@@ -136,9 +150,11 @@ bool ViewWidget::key_in_text(Field& field, QLineEdit& edit, const QKeyEvent& eve
     // Alt Gr is Ctrl and Alt together on some systems, and then leaves a character to type.
     const bool command = held != Qt::NoModifier && held != (Qt::ControlModifier | Qt::AltModifier);
     const QList<uint> characters = event.text().toUcs4();
-    if (command || characters.isEmpty() || characters.front() < static_cast<uint>(KEY_SPACE) || characters.front() == 0x7F)
+    if (command || characters.isEmpty() || characters.front() < static_cast<uint>(KEY_SPACE) ||
+        characters.front() == 0x7F)
         return false;
-    for (const uint character : characters) type_at_caret(field, edit, static_cast<int>(character));
+    for (const uint character : characters)
+        type_at_caret(field, edit, static_cast<int>(character));
     return true;
 }
 
@@ -152,7 +168,8 @@ void ViewWidget::type_at_caret(Field& field, QLineEdit& edit, int key) {
     const gestures::Caret caret{char_count(field_text(before.left(start))), char_count(field_text(selected))};
     act([&] { gestures::press(field, key, caret); });
     const QString after = edit.text();
-    if (after != before && after.endsWith(rest)) edit.setCursorPosition(static_cast<int>(after.size() - rest.size()));
+    if (after != before && after.endsWith(rest))
+        edit.setCursorPosition(static_cast<int>(after.size() - rest.size()));
 }
 
 bool ViewWidget::key_in_rows(Field& field, const QKeyEvent& event) {
@@ -176,9 +193,11 @@ bool ViewWidget::key_on_option(Field& field, const QKeyEvent& event) {
     if (!forward && event.key() != Qt::Key_Left && event.key() != Qt::Key_Up) return false;
     std::vector<Field*> options;
     for (const auto& other : view_.Controls())
-        if (other->kind() == FieldKind::option && other->container() == field.container() && view_.user_reaches(*other))
+        if (other->kind() == FieldKind::option && other->container() == field.container() &&
+            view_.user_reaches(*other))
             options.push_back(other.get());
-    std::sort(options.begin(), options.end(), [](const Field* a, const Field* b) { return a->spec().tab < b->spec().tab; });
+    std::sort(options.begin(), options.end(),
+              [](const Field* a, const Field* b) { return a->spec().tab < b->spec().tab; });
     const auto here = std::find(options.begin(), options.end(), &field);
     if (here == options.end() || options.size() < 2) return true;
     const std::size_t step = forward ? 1 : options.size() - 1;
@@ -201,18 +220,23 @@ bool ViewWidget::mouse_pressed(Field& field, QWidget* widget, const QMouseEvent&
     if (list == nullptr) return false;
     list->setFocus(Qt::OtherFocusReason);
     const QModelIndex pressed = list->indexAt(event.position().toPoint());
-    if (pressed.isValid()) act([&] { gestures::click_row(static_cast<ListField&>(field), pressed.row()); });
-    else act([&] { gestures::go_to(field); });
+    if (pressed.isValid())
+        act([&] { gestures::click_row(static_cast<ListField&>(field), pressed.row()); });
+    else
+        act([&] { gestures::go_to(field); });
     return true;
 }
 
 bool ViewWidget::mouse_doubled(Field& field, QWidget* widget, const QMouseEvent& event) {
     if (!widget->isEnabled()) return true;
-    if (field.kind() == FieldKind::frame || field.kind() == FieldKind::label) return mouse_pressed(field, widget, event);
+    if (field.kind() == FieldKind::frame || field.kind() == FieldKind::label)
+        return mouse_pressed(field, widget, event);
     auto* list = qobject_cast<QListView*>(widget->parentWidget());
     if (field.kind() != FieldKind::list || list == nullptr || event.button() != Qt::LeftButton) return false;
     const QModelIndex pressed = list->indexAt(event.position().toPoint());
-    act([&] { gestures::double_click(field, pressed.isValid() ? std::optional<int>(pressed.row()) : std::nullopt); });
+    act([&] {
+        gestures::double_click(field, pressed.isValid() ? std::optional<int>(pressed.row()) : std::nullopt);
+    });
     return true;
 }
 
@@ -246,7 +270,8 @@ void ViewWidget::selection_made(ListField& list) {
     if (refreshing_) return;
     const auto* widget = static_cast<const QListView*>(widget_of(list));
     std::vector<int> rows;
-    for (const QModelIndex& index : widget->selectionModel()->selectedRows()) rows.push_back(index.row());
+    for (const QModelIndex& index : widget->selectionModel()->selectedRows())
+        rows.push_back(index.row());
     std::sort(rows.begin(), rows.end());
     act([&] { gestures::select_rows(list, rows); });
 }

@@ -13,7 +13,8 @@ int ViewWidget::RowsModel::rowCount(const QModelIndex& parent) const {
 }
 
 QVariant ViewWidget::RowsModel::data(const QModelIndex& index, int role) const {
-    if ((role != Qt::DisplayRole && role != Qt::EditRole) || !index.isValid() || index.row() >= rowCount()) return {};
+    if ((role != Qt::DisplayRole && role != Qt::EditRole) || !index.isValid() || index.row() >= rowCount())
+        return {};
     return shown_text(rows_[static_cast<std::size_t>(index.row())]);
 }
 
@@ -28,7 +29,8 @@ bool ViewWidget::RowsModel::take(const std::vector<std::string>& rows) {
 void ViewWidget::RowsList::startDrag(Qt::DropActions) {
     auto* drag = new QDrag(this); // the platform deletes it when the drag has ended
     auto* data = new QMimeData;
-    data->setData(QLatin1String(DRAG_FORMAT), QByteArray(field_.name().data(), static_cast<qsizetype>(field_.name().size())));
+    data->setData(QLatin1String(DRAG_FORMAT),
+                  QByteArray(field_.name().data(), static_cast<qsizetype>(field_.name().size())));
     drag->setMimeData(data);
     drag->exec(Qt::CopyAction);
 }
@@ -45,7 +47,8 @@ void ViewWidget::Frame::paintEvent(QPaintEvent*) {
     if (title().isEmpty()) return;
     const QRect caption(indent, 0, metrics.horizontalAdvance(title()) + indent, metrics.height());
     painter.fillRect(caption, palette().window());
-    painter.setPen(palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, QPalette::WindowText));
+    painter.setPen(
+        palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, QPalette::WindowText));
     painter.drawText(caption, Qt::AlignCenter, title());
 }
 

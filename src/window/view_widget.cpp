@@ -39,13 +39,16 @@ constexpr int BAR_STEPS = 10000; // the bar's own scale, whatever the maximum of
 int room_beside_caption(FieldKind kind, const QWidget& widget) {
     const QStyle& style = *widget.style();
     switch (kind) {
-    case FieldKind::button: return 12;
+    case FieldKind::button:
+        return 12;
     case FieldKind::check_box:
-        return style.pixelMetric(QStyle::PM_IndicatorWidth) + style.pixelMetric(QStyle::PM_CheckBoxLabelSpacing) + 4;
+        return style.pixelMetric(QStyle::PM_IndicatorWidth) +
+               style.pixelMetric(QStyle::PM_CheckBoxLabelSpacing) + 4;
     case FieldKind::option:
         return style.pixelMetric(QStyle::PM_ExclusiveIndicatorWidth) +
                style.pixelMetric(QStyle::PM_RadioButtonLabelSpacing) + 4;
-    default: return 0;
+    default:
+        return 0;
     }
 }
 
@@ -67,7 +70,8 @@ ViewWidget::ViewWidget(View& view, QWidget* parent) : QWidget(parent), view_(vie
     make_parts();
     lay_out();
     setEnabled(view_.enabled());
-    for (const auto& part : parts_) refresh(*part);
+    for (const auto& part : parts_)
+        refresh(*part);
 }
 
 ViewWidget::~ViewWidget() = default;
@@ -84,7 +88,8 @@ void ViewWidget::make_parts() {
     for (const auto& field : view_.Controls())
         if (field->kind() == FieldKind::frame) make_part(*field, this);
     for (const auto& field : view_.Controls()) {
-        if (field->kind() == FieldKind::frame || field->kind() == FieldKind::menu || field->kind() == FieldKind::menu_entry)
+        if (field->kind() == FieldKind::frame || field->kind() == FieldKind::menu ||
+            field->kind() == FieldKind::menu_entry)
             continue;
         make_part(*field, field->container() == nullptr ? this : widget_of(*field->container()));
     }
@@ -95,10 +100,18 @@ void ViewWidget::make_part(Field& field, QWidget* parent) {
     part->field = &field;
     part_of_[&field] = part.get(); // inner widgets are watched while the part is being made
     switch (field.kind()) {
-    case FieldKind::text: part->widget = make_text(*part, parent); break;
-    case FieldKind::combo: part->widget = make_combo(*part, parent); break;
-    case FieldKind::list: part->widget = make_list(*part, parent); break;
-    case FieldKind::frame: part->widget = new Frame(parent); break;
+    case FieldKind::text:
+        part->widget = make_text(*part, parent);
+        break;
+    case FieldKind::combo:
+        part->widget = make_combo(*part, parent);
+        break;
+    case FieldKind::list:
+        part->widget = make_list(*part, parent);
+        break;
+    case FieldKind::frame:
+        part->widget = new Frame(parent);
+        break;
     case FieldKind::progress_bar: {
         auto* bar = new QProgressBar(parent);
         bar->setRange(0, BAR_STEPS);
@@ -112,7 +125,9 @@ void ViewWidget::make_part(Field& field, QWidget* parent) {
         part->widget = label;
         break;
     }
-    default: part->widget = make_button(field, parent); break;
+    default:
+        part->widget = make_button(field, parent);
+        break;
     }
     part->widget->setObjectName(shown_text(field.name()));
     if (!has_caption(field.kind()) && field.kind() != FieldKind::progress_bar)
@@ -147,9 +162,10 @@ QWidget* ViewWidget::make_combo(Part& part, QWidget* parent) {
         if (refreshing_) return;
         act([&] { gestures::pick(static_cast<RowsField&>(*part.field), row); });
     });
-    connect(combo->lineEdit(), &QLineEdit::textEdited, this, [this, &field = *part.field](const QString& text) {
-        if (!refreshing_) act([&] { gestures::replace_text(field, field_text(text)); });
-    });
+    connect(combo->lineEdit(), &QLineEdit::textEdited, this,
+            [this, &field = *part.field](const QString& text) {
+                if (!refreshing_) act([&] { gestures::replace_text(field, field_text(text)); });
+            });
     watch(combo->lineEdit(), *part.field);
     return combo;
 }
@@ -187,7 +203,8 @@ QWidget* ViewWidget::make_button(Field& field, QWidget* parent) {
         push->setAutoDefault(false);
         button = push;
     }
-    connect(button, &QAbstractButton::clicked, this, [this, &field] { act([&] { gestures::click(field); }); });
+    connect(button, &QAbstractButton::clicked, this,
+            [this, &field] { act([&] { gestures::click(field); }); });
     return button;
 }
 
@@ -213,7 +230,9 @@ QString ViewWidget::spoken_name(const Field& field) const {
             least = distance;
         }
     }
-    QString name = field.container() != nullptr ? shown_text(field.container()->spec().caption) + QLatin1Char(' ') : QString();
+    QString name = field.container() != nullptr
+                       ? shown_text(field.container()->spec().caption) + QLatin1Char(' ')
+                       : QString();
     if (field.kind() == FieldKind::frame) return shown_text(field.spec().caption);
     if (nearest != nullptr) name += shown_text(nearest->spec().caption);
     return name.trimmed();
@@ -227,7 +246,8 @@ double ViewWidget::needed_scale() const {
         const FieldSpec& spec = part->field->spec();
         if (!has_caption(spec.kind)) continue;
         const int room = spec.place.width + (spec.kind == FieldKind::label ? LABEL_EXCESS : 0);
-        const double needed = metrics.horizontalAdvance(shown_text(spec.caption)) + room_beside_caption(spec.kind, *this);
+        const double needed =
+            metrics.horizontalAdvance(shown_text(spec.caption)) + room_beside_caption(spec.kind, *this);
         scale = std::max(scale, needed / room);
     }
     return scale;
@@ -253,7 +273,8 @@ void ViewWidget::lay_out() {
 
 void ViewWidget::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
-    if ((event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) && !parts_.empty()) lay_out();
+    if ((event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) && !parts_.empty())
+        lay_out();
 }
 
 void ViewWidget::field_changed(Field& field) {
@@ -289,7 +310,8 @@ void ViewWidget::flush() {
     drawing_later_ = false;
     const auto changed = std::move(changed_);
     changed_.clear();
-    for (Part* part : changed) refresh(*part);
+    for (Part* part : changed)
+        refresh(*part);
     if (std::exchange(focus_moved_, false)) refresh_focus();
 }
 
@@ -301,7 +323,8 @@ void ViewWidget::refresh(Part& part) {
     part.widget->setVisible(field.visible());
     if (auto* label = qobject_cast<QLabel*>(part.widget)) label->setText(shown_text(field.caption()));
     if (auto* frame = qobject_cast<QGroupBox*>(part.widget)) frame->setTitle(shown_text(field.caption()));
-    if (auto* button = qobject_cast<QAbstractButton*>(part.widget)) button->setText(caption_text(field.caption()));
+    if (auto* button = qobject_cast<QAbstractButton*>(part.widget))
+        button->setText(caption_text(field.caption()));
     if (const auto* text = dynamic_cast<const TextField*>(&field)) {
         auto* edit = static_cast<QLineEdit*>(part.widget);
         if (const QString shown = shown_text(text->text()); edit->text() != shown) edit->setText(shown);
@@ -359,7 +382,8 @@ void ViewWidget::refresh_focus() {
     if (widget == nullptr || !widget->isEnabled()) return;
     QWidget* holder = QApplication::focusWidget();
     const bool lost = std::exchange(keyboard_was_here_, false);
-    const bool elsewhere = !lost && holder != nullptr && holder->window() == window() && !holds_keyboard(*this);
+    const bool elsewhere =
+        !lost && holder != nullptr && holder->window() == window() && !holds_keyboard(*this);
     if (elsewhere || widget->hasFocus()) return;
     widget->setFocus(Qt::OtherFocusReason);
     if (auto* edit = qobject_cast<QLineEdit*>(widget)) edit->selectAll();

@@ -1,0 +1,105 @@
+#include "import_dialog.h"
+
+#include "window/qt_text.h"
+
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QFileInfo>
+#include <QFormLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QLocale>
+#include <QPushButton>
+
+namespace corvalissement {
+
+namespace {
+
+QString amount(const std::string& hundredths) {
+    const qlonglong value = QString::fromStdString(hundredths).toLongLong();
+    return QLocale(QLocale::French).toString(static_cast<double>(value) / 100.0, 'f', 2);
+}
+
+QString count(std::uint64_t number) { return QLocale(QLocale::French).toString(static_cast<qulonglong>(number)); }
+
+} // namespace
+
+ImportDialog::ImportDialog(const QStringList& files, QWidget* parent) : QDialog(parent), files_(files) {
+    setObjectName(QStringLiteral("Importation"));
+    setWindowTitle(tr("Importer un fichier des écritures comptables"));
+    entity_ = new QLineEdit(QStringLiteral("001"));
+    entity_->setObjectName(QStringLiteral("Entite"));
+    entity_->setMaxLength(3);
+    name_ = new QLineEdit(QFileInfo(files_.value(0)).completeBaseName());
+    name_->setObjectName(QStringLiteral("Nom"));
+    name_->setMinimumWidth(fontMetrics().averageCharWidth() * 45);
+    street_ = new QLineEdit;
+    street_2_ = new QLineEdit;
+    town_ = new QLineEdit;
+    drafts_ = new QCheckBox(tr("Les lignes sans date de validation sont des &brouillards"));
+    auxiliaries_ = new QCheckBox(tr("Un compte pour chaque &tiers (clients et fournisseurs)"));
+    outside_ = new QCheckBox(tr("Laisser de côté les lignes &hors des trois exercices"));
+    fault_ = new QLabel;
+    fault_->setTextFormat(Qt::PlainText);
+    fault_->setWordWrap(true);
+
+    auto* files_label = new QLabel;
+    files_label->setTextFormat(Qt::PlainText);
+    QStringList names;
+    for (const QString& file : files_) names << QFileInfo(file).fileName();
+    files_label->setText(names.join(QLatin1Char('\n')));
+
+    auto* form = new QFormLayout(this);
+    form->addRow(tr("Fichiers :"), files_label);
+    form->addRow(tr("&Entité juridique (3 caractères) :"), entity_);
+    form->addRow(tr("&Nom de l'entité :"), name_);
+    form->addRow(tr("&Adresse :"), street_);
+    form->addRow(tr("Adresse (&suite) :"), street_2_);
+    form->addRow(tr("&Code postal et ville :"), town_);
+    form->addRow(drafts_);
+    form->addRow(auxiliaries_);
+    form->addRow(outside_);
+    form->addRow(fault_);
+    auto* buttons = new QDialogButtonBox;
+    accept_ = buttons->addButton(tr("&Importer"), QDialogButtonBox::AcceptRole);
+    buttons->addButton(tr("Annu&ler"), QDialogButtonBox::RejectRole);
+    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    form->addRow(buttons);
+    for (const QLineEdit* field : {entity_, name_, street_, street_2_, town_})
+        connect(field, &QLineEdit::textChanged, this, [this] { check(); });
+    check();
+}
+
+FecOptions ImportDialog::options() const {
+    FecOptions options;
+    for (const QString& file : files_) options.paths.push_back(field_text(file));
+    options.entity = field_text(entity_->text());
+    options.name = field_text(name_->text());
+    if (!street_->text().isEmpty() || !street_2_->text().isEmpty() || !town_->text().isEmpty())
+        options.address = field_text(street_->text() + QLatin1Char('|') + street_2_->text() + QLatin1Char('|') + town_->text());
+    options.drafts = drafts_->isChecked();
+    options.auxiliaries = auxiliaries_->isChecked();
+    options.outside_bounds = outside_->isChecked();
+    return options;
+}
+
+void ImportDialog::check() {
+    const std::string fault = fault_of_options(options());
+    fault_->setText(shown_text(fault));
+    fault_->setVisible(!fault.empty());
+    accept_->setEnabled(fault.empty());
+}
+
+QString told_summary(const FecSummary& summary) {
+    QString text = QObject::tr("%1 lignes lues, %2 écritures, %3 comptes, %4 journaux.\nDébit : %5    Crédit : %6")
+                       .arg(count(summary.lines), count(summary.entries), count(summary.accounts),
+                            count(summary.journals), amount(summary.debit), amount(summary.credit));
+    if (summary.drafts > 0) text += QObject::tr("\n%1 séquences de brouillard.").arg(count(summary.drafts));
+    if (summary.outside_bounds > 0)
+        text += QObject::tr("\n%1 lignes hors des trois exercices laissées de côté.").arg(count(summary.outside_bounds));
+    if (!summary.remarks.empty()) text += QObject::tr("\n%1 remarques.").arg(count(summary.remarks.size()));
+    return text;
+}
+
+} // namespace corvalissement
