@@ -92,7 +92,7 @@ std::vector<UnbalancedEntry> BalanceWatch::unbalanced(std::size_t number) {
     return result;
 }
 
-std::size_t DraftEntries::add(std::size_t journal, Period period, const FecRow& row) {
+std::size_t DraftEntries::add(std::size_t journal, BookedPeriod period, const FecRow& row) {
     const std::size_t number = entry_of(journal, period, row);
     Entry& entry = entries_[number];
     ++entry.lines;
@@ -101,15 +101,15 @@ std::size_t DraftEntries::add(std::size_t journal, Period period, const FecRow& 
     return number;
 }
 
-std::size_t DraftEntries::open_entry(std::size_t journal, Period period, const FecRow& row) {
+std::size_t DraftEntries::open_entry(std::size_t journal, BookedPeriod period, const FecRow& row) {
     entries_.push_back({journal, period, std::string(row.number), row.line, 0, 0, 0});
     return entries_.size() - 1;
 }
 
-std::size_t DraftEntries::entry_of(std::size_t journal, Period period, const FecRow& row) {
+std::size_t DraftEntries::entry_of(std::size_t journal, BookedPeriod period, const FecRow& row) {
     const bool useless = journal < unnumbered_.size() && unnumbered_[journal];
     if (useless || no_number(row.number)) return entry_of_run(journal, period, row);
-    key_ = std::to_string(journal) + (period == Period::next ? "+" : ".");
+    key_ = std::to_string(journal) + (period == BookedPeriod::next ? "+" : ".");
     key_.append(row.number);
     const auto [at, fresh] = numbered_.try_emplace(key_, entries_.size());
     if (fresh) (void)open_entry(journal, period, row);
@@ -117,7 +117,7 @@ std::size_t DraftEntries::entry_of(std::size_t journal, Period period, const Fec
 }
 
 // A line of zero behind a run that is settled belongs to it, if the date is the same.
-std::size_t DraftEntries::entry_of_run(std::size_t journal, Period period, const FecRow& row) {
+std::size_t DraftEntries::entry_of_run(std::size_t journal, BookedPeriod period, const FecRow& row) {
     const std::size_t place = journal * 3 + static_cast<std::size_t>(period);
     if (place >= runs_.size()) runs_.resize(place + 1);
     Run& run = runs_[place];

@@ -75,7 +75,7 @@ class DraftEntries {
 public:
     struct Entry {
         std::size_t journal = 0;
-        Period period = Period::current;
+        BookedPeriod period = BookedPeriod::current;
         std::string number;
         std::uint64_t first_line = 0;
         std::uint64_t lines = 0;
@@ -86,7 +86,7 @@ public:
     explicit DraftEntries(std::vector<bool> unnumbered) : unnumbered_(std::move(unnumbered)) {}
 
     // The number of the entry, counted from 0 in the order of first lines.
-    std::size_t add(std::size_t journal, Period period, const FecRow& row);
+    std::size_t add(std::size_t journal, BookedPeriod period, const FecRow& row);
     [[nodiscard]] const std::vector<Entry>& entries() const noexcept { return entries_; }
 
 private:
@@ -97,9 +97,9 @@ private:
         bool begun = false;
     };
 
-    std::size_t entry_of(std::size_t journal, Period period, const FecRow& row);
-    std::size_t entry_of_run(std::size_t journal, Period period, const FecRow& row);
-    std::size_t open_entry(std::size_t journal, Period period, const FecRow& row);
+    std::size_t entry_of(std::size_t journal, BookedPeriod period, const FecRow& row);
+    std::size_t entry_of_run(std::size_t journal, BookedPeriod period, const FecRow& row);
+    std::size_t open_entry(std::size_t journal, BookedPeriod period, const FecRow& row);
 
     std::vector<bool> unnumbered_;
     std::vector<Entry> entries_;

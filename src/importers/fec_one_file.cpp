@@ -271,8 +271,8 @@ private:
                                  amount_text(entry.net));
     }
 
-    [[nodiscard]] bool is_draft(const FecRow& row, Period period) const {
-        return options_.drafts && !row.validated && period != Period::previous;
+    [[nodiscard]] bool is_draft(const FecRow& row, BookedPeriod period) const {
+        return options_.drafts && !row.validated && period != BookedPeriod::previous;
     }
 
     void plan_draft_sequences() {
@@ -328,7 +328,7 @@ private:
             const std::size_t journal = number_of_journal(row);
             const std::size_t account = account_numbers_.find(identity_of(row));
             if (journal == TextNumbers::NONE || account == TextNumbers::NONE) file_changed(row.line);
-            if (options_.drafts && !row.validated && *period == Period::previous) ++archived_drafts;
+            if (options_.drafts && !row.validated && *period == BookedPeriod::previous) ++archived_drafts;
             if (is_draft(row, *period)) {
                 write_draft(row, *period, journal, account);
             } else {
@@ -358,7 +358,7 @@ private:
         return text;
     }
 
-    void write_entry(const FecRow& row, Period period, std::size_t journal, std::size_t account) {
+    void write_entry(const FecRow& row, BookedPeriod period, std::size_t journal, std::size_t account) {
         try {
             shared_.ledger.add(period, journals_[journal].number, accounts_[account].id,
                                text_of_row(row, account));
@@ -369,7 +369,7 @@ private:
         ++outcome_.entries;
     }
 
-    void write_draft(const FecRow& row, Period period, std::size_t journal, std::size_t account) {
+    void write_draft(const FecRow& row, BookedPeriod period, std::size_t journal, std::size_t account) {
         const std::size_t entry = drafts_ ? drafts_->entries.add(journal, period, row) : TextNumbers::NONE;
         if (entry >= (drafts_ ? drafts_->plan.sequence_of_entry.size() : 0)) file_changed(row.line);
         const std::size_t sequence = drafts_->plan.sequence_of_entry[entry];

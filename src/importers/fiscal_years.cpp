@@ -50,10 +50,10 @@ std::int64_t FiscalYears::last_day_after() const {
     return known_end_of_next ? *known_end_of_next : add_months(last_day + 1, 12) - 1;
 }
 
-std::optional<Period> FiscalYears::period_of(std::int64_t day) const {
-    if (day >= first_day && day <= last_day) return Period::current;
-    if (day > last_day && day <= last_day_after()) return Period::next;
-    if (day < first_day && day >= first_day_before()) return Period::previous;
+std::optional<BookedPeriod> FiscalYears::period_of(std::int64_t day) const {
+    if (day >= first_day && day <= last_day) return BookedPeriod::current;
+    if (day > last_day && day <= last_day_after()) return BookedPeriod::next;
+    if (day < first_day && day >= first_day_before()) return BookedPeriod::previous;
     return std::nullopt;
 }
 

@@ -22,7 +22,7 @@ struct FiscalYears {
     [[nodiscard]] std::int64_t last_day_after() const;
 
     // Nothing for a day in none of the three years.
-    [[nodiscard]] std::optional<Period> period_of(std::int64_t day) const;
+    [[nodiscard]] std::optional<BookedPeriod> period_of(std::int64_t day) const;
 };
 
 // Year N from one bound or both; the missing one makes it twelve months. REQUIRES one of them.

@@ -11,7 +11,7 @@ namespace corvalissement {
 
 namespace {
 
-constexpr std::size_t index_of(Period period) noexcept { return static_cast<std::size_t>(period); }
+constexpr std::size_t index_of(BookedPeriod period) noexcept { return static_cast<std::size_t>(period); }
 
 // An attribute that should hold an amount; an empty or odd one counts as 0.
 std::int64_t amount_of(std::string_view attribute) {
@@ -40,8 +40,8 @@ std::string_view take_value(std::string_view& list, bool& more) {
 
 } // namespace
 
-std::string_view year_code_of(Period period) noexcept {
-    return period == Period::next ? exercice::CODE_N1 : exercice::CODE_N0;
+std::string_view year_code_of(BookedPeriod period) noexcept {
+    return period == BookedPeriod::next ? exercice::CODE_N1 : exercice::CODE_N0;
 }
 
 void append_whole(std::string& text, std::int64_t value) {
@@ -84,7 +84,7 @@ LedgerWriter::LedgerWriter(Store& store, std::string entity)
     : store_(store), entity_(std::move(entity)), entry_file_(store.file(files::DETAILECRITUREGENE)),
       archive_file_(store.file(files::DETAILECRITUREGENEARCHIVE)) {}
 
-void LedgerWriter::find_standing(FileId file, std::initializer_list<Period> periods) {
+void LedgerWriter::find_standing(FileId file, std::initializer_list<BookedPeriod> periods) {
     store_.scan_keys(file, entity_, [&](std::string_view key) {
         if (!key.starts_with(entity_)) return false;
         note_standing(key, periods);
@@ -93,7 +93,7 @@ void LedgerWriter::find_standing(FileId file, std::initializer_list<Period> peri
 }
 
 // A key that was not made here may name neither year nor block; its line number is then taken in each year.
-void LedgerWriter::note_standing(std::string_view key, std::initializer_list<Period> periods) {
+void LedgerWriter::note_standing(std::string_view key, std::initializer_list<BookedPeriod> periods) {
     std::int64_t line = 0;
     if (!parse_whole(line_of_entry(key), line) || line < 1 || line > LINES_OF_BLOCK) return;
     const std::string_view year = chars(key, 13, 2);
@@ -102,15 +102,15 @@ void LedgerWriter::note_standing(std::string_view key, std::initializer_list<Per
     const auto found = standing_.find(journal_of_entry(key));
     auto& last = found != standing_.end() ? found->second : standing_[std::string(journal_of_entry(key))];
     const Place place{static_cast<std::uint16_t>(block), static_cast<std::uint16_t>(line)};
-    for (const Period period : periods)
+    for (const BookedPeriod period : periods)
         if (year.empty() || year == year_code_of(period))
             last[index_of(period)] = std::max(last[index_of(period)], place);
 }
 
 std::size_t LedgerWriter::journal(std::string_view code) {
     if (journals_.empty()) {
-        find_standing(entry_file_, {Period::current, Period::next});
-        find_standing(archive_file_, {Period::previous});
+        find_standing(entry_file_, {BookedPeriod::current, BookedPeriod::next});
+        find_standing(archive_file_, {BookedPeriod::previous});
     }
     const auto [at, fresh] = journal_numbers_.try_emplace(std::string(code), journals_.size());
     if (fresh) {
@@ -140,7 +140,7 @@ void LedgerWriter::next_place(Place& place, const std::string& code) const {
     place.line = 1;
 }
 
-void LedgerWriter::compose_key(std::string& key, std::uint16_t journal, Period period, Place place) const {
+void LedgerWriter::compose_key(std::string& key, std::uint16_t journal, BookedPeriod period, Place place) const {
     key.append(entity_);
     key.append(journals_[journal].code);
     key.append("N0");
@@ -149,7 +149,7 @@ void LedgerWriter::compose_key(std::string& key, std::uint16_t journal, Period p
     append_padded(key, place.block, 3);
 }
 
-void LedgerWriter::add(Period period, std::size_t journal, std::size_t account, const EntryText& entry) {
+void LedgerWriter::add(BookedPeriod period, std::size_t journal, std::size_t account, const EntryText& entry) {
     Journal& book = journals_[journal];
     Place& place = book.last[index_of(period)];
     next_place(place, book.code);
@@ -158,7 +158,7 @@ void LedgerWriter::add(Period period, std::size_t journal, std::size_t account, 
     compose_key(key_, journal_number, period, place);
     account_key_.assign(entity_).append(accounts_[account]);
     compose_entry(record_, account_key_, entry);
-    store_.write(period == Period::previous ? archive_file_ : entry_file_, key_, record_);
+    store_.write(period == BookedPeriod::previous ? archive_file_ : entry_file_, key_, record_);
 
     auto& balances = balances_[index_of(period)];
     if (balances.size() <= account) balances.resize(accounts_.size());
@@ -174,7 +174,7 @@ void LedgerWriter::write_balances() {
         order[i] = i;
     std::sort(order.begin(), order.end(),
               [this](std::size_t a, std::size_t b) { return accounts_[a] < accounts_[b]; });
-    for (const Period period : {Period::previous, Period::current, Period::next}) {
+    for (const BookedPeriod period : {BookedPeriod::previous, BookedPeriod::current, BookedPeriod::next}) {
         auto& balances = balances_[index_of(period)];
         for (const std::size_t account : order) {
             if (account >= balances.size() || balances[account].entries.empty()) continue;
@@ -184,9 +184,9 @@ void LedgerWriter::write_balances() {
     }
 }
 
-void LedgerWriter::write_balance(Period period, const std::string& number, Balance& balance) {
+void LedgerWriter::write_balance(BookedPeriod period, const std::string& number, Balance& balance) {
     const FileId file =
-        store_.file(period == Period::previous ? files::BALANCEGENEARCHIVE : files::BALANCEGENE);
+        store_.file(period == BookedPeriod::previous ? files::BALANCEGENEARCHIVE : files::BALANCEGENE);
     key_.assign(year_code_of(period)).append(entity_).append(number);
     DynArray record;
     const bool standing = store_.read(file, key_, record.buffer());
@@ -213,7 +213,7 @@ void LedgerWriter::write_balance(Period period, const std::string& number, Balan
 }
 
 // Into `dates_` and `keys_`: the old lists and the new entries in one order of date, old ones first.
-void LedgerWriter::merge_lists(std::string_view old_dates, std::string_view old_entries, Period period,
+void LedgerWriter::merge_lists(std::string_view old_dates, std::string_view old_entries, BookedPeriod period,
                                const std::vector<EntryRef>& entries) {
     dates_.clear();
     keys_.clear();

@@ -19,10 +19,10 @@
 namespace corvalissement {
 
 // The three years that a base knows. The year before lies in the archive files.
-enum class Period : std::uint8_t { previous, current, next };
+enum class BookedPeriod : std::uint8_t { previous, current, next };
 
 // The year code in the keys of a period.
-[[nodiscard]] std::string_view year_code_of(Period period) noexcept;
+[[nodiscard]] std::string_view year_code_of(BookedPeriod period) noexcept;
 
 // What an entry says. An amount that is absent leaves its attribute empty; 0 is written "0".
 struct EntryText {
@@ -59,7 +59,7 @@ public:
     [[nodiscard]] std::size_t account(std::string_view number);
 
     // Writes one entry. StepFailure when the journal is full (999 blocks).
-    void add(Period period, std::size_t journal, std::size_t account, const EntryText& entry);
+    void add(BookedPeriod period, std::size_t journal, std::size_t account, const EntryText& entry);
 
     // Writes the balance of every account that got an entry, in key order. Entries of one date stand in the
     // order in which they came, behind those of the base. Nothing can be added afterwards.
@@ -92,12 +92,12 @@ private:
         std::array<Place, 3> last;
     };
 
-    void find_standing(FileId file, std::initializer_list<Period> periods);
-    void note_standing(std::string_view key, std::initializer_list<Period> periods);
+    void find_standing(FileId file, std::initializer_list<BookedPeriod> periods);
+    void note_standing(std::string_view key, std::initializer_list<BookedPeriod> periods);
     void next_place(Place& place, const std::string& code) const;
-    void compose_key(std::string& key, std::uint16_t journal, Period period, Place place) const;
-    void write_balance(Period period, const std::string& number, Balance& balance);
-    void merge_lists(std::string_view old_dates, std::string_view old_entries, Period period,
+    void compose_key(std::string& key, std::uint16_t journal, BookedPeriod period, Place place) const;
+    void write_balance(BookedPeriod period, const std::string& number, Balance& balance);
+    void merge_lists(std::string_view old_dates, std::string_view old_entries, BookedPeriod period,
                      const std::vector<EntryRef>& entries);
 
     Store& store_;

@@ -14,15 +14,15 @@ enum class Files { balances, draft_heads };
 struct Entry {
     std::string_view name;
     Files files;
-    Field field;
+    QueryField field;
 };
 
-constexpr Field ENTITY{FieldKind::key_part, 3, 3, false};
-constexpr Field YEAR{FieldKind::key_part, 1, 2, false};
-constexpr Field ACCOUNT{FieldKind::key_part, 6, 10, false};
-constexpr Field SOLDE{FieldKind::attribute, balance::SOLDE, 0, false};
-constexpr Field CHART_LABEL{FieldKind::chart_label, plan::LABEL, 0, true};
-constexpr Field DRAFT_BALANCE{FieldKind::difference, brouillard::TOTAL_DEBIT, brouillard::TOTAL_CREDIT,
+constexpr QueryField ENTITY{QueryFieldKind::key_part, 3, 3, false};
+constexpr QueryField YEAR{QueryFieldKind::key_part, 1, 2, false};
+constexpr QueryField ACCOUNT{QueryFieldKind::key_part, 6, 10, false};
+constexpr QueryField SOLDE{QueryFieldKind::attribute, balance::SOLDE, 0, false};
+constexpr QueryField CHART_LABEL{QueryFieldKind::chart_label, plan::LABEL, 0, true};
+constexpr QueryField DRAFT_BALANCE{QueryFieldKind::difference, brouillard::TOTAL_DEBIT, brouillard::TOTAL_CREDIT,
                               false};
 
 constexpr std::array<Entry, 9> NAMES = {{
@@ -62,13 +62,13 @@ bool is_balance_file(std::string_view file) {
     return file == files::BALANCEGENE || file == files::BALANCEGENEARCHIVE || file == files::BALANCEGENETEMPO;
 }
 
-std::optional<Field> find_field(std::string_view file, std::string_view name) {
+std::optional<QueryField> find_field(std::string_view file, std::string_view name) {
     if (is_number(name)) {
         std::size_t number = 0;
         for (const char digit : name)
             number = number * 10 + static_cast<std::size_t>(digit - '0');
-        if (number == 0) return Field{};
-        return Field{FieldKind::attribute, number, 0, is_label(file, number)};
+        if (number == 0) return QueryField{};
+        return QueryField{QueryFieldKind::attribute, number, 0, is_label(file, number)};
     }
     const auto* const entry = std::find_if(NAMES.begin(), NAMES.end(), [&](const Entry& one) {
         return one.name == name && holds(one.files, file);

@@ -11,7 +11,7 @@
 
 namespace corvalissement {
 
-enum class FieldKind {
+enum class QueryFieldKind {
     key,        // field 0
     key_part,   // characters of the key
     attribute,  // one attribute of the record
@@ -19,24 +19,24 @@ enum class FieldKind {
     chart_label // the label of the account, in the chart of accounts
 };
 
-struct Field {
-    FieldKind kind = FieldKind::key;
+struct QueryField {
+    QueryFieldKind kind = QueryFieldKind::key;
     std::size_t first =
         0; // the attribute, or the first character of the part; of a difference, what is reduced
     std::size_t other = 0; // how many characters, or the attribute taken off
     bool label = false;    // "begins with" and sorting fold case and accents
 
     // What has to be at hand to know its value.
-    [[nodiscard]] bool of_key() const { return kind == FieldKind::key || kind == FieldKind::key_part; }
+    [[nodiscard]] bool of_key() const { return kind == QueryFieldKind::key || kind == QueryFieldKind::key_part; }
     [[nodiscard]] bool of_record() const {
-        return kind == FieldKind::attribute || kind == FieldKind::difference;
+        return kind == QueryFieldKind::attribute || kind == QueryFieldKind::difference;
     }
 
-    friend bool operator==(const Field&, const Field&) = default;
+    friend bool operator==(const QueryField&, const QueryField&) = default;
 };
 
 // The field of that name or number (0 is the key) in records of `file`.
-[[nodiscard]] std::optional<Field> find_field(std::string_view file, std::string_view name);
+[[nodiscard]] std::optional<QueryField> find_field(std::string_view file, std::string_view name);
 
 // The files of balance records, whose keys are a year code of 2 characters, an entity of 3 and an account
 // number of 10. The end of such a key is its account key or a part of it.

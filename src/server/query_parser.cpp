@@ -59,9 +59,9 @@ private:
         take();
     }
 
-    Field field() {
+    QueryField field() {
         if (here().kind != TokenKind::word) fail("un champ est attendu");
-        const std::optional<Field> found = find_field(query_.file, here().text);
+        const std::optional<QueryField> found = find_field(query_.file, here().text);
         if (!found) fail("le champ " + sanitize(here().text) + " n'existe pas dans " + sanitize(query_.file));
         take();
         return *found;
@@ -125,7 +125,7 @@ private:
     }
 
     void place(Condition condition, Placing& placing, std::size_t position) {
-        const bool on_key = condition.field.kind == FieldKind::key;
+        const bool on_key = condition.field.kind == QueryFieldKind::key;
         placing.key_seen = placing.key_seen || on_key;
         if (!placing.key_seen) {
             query_.common.push_back(std::move(condition));
@@ -163,11 +163,11 @@ bool holds(Comparison comparison, int order) {
 
 Query parse_query(std::string_view text) { return Parser(text).query(); }
 
-std::vector<Field> parse_fields(std::string_view text, std::string_view file) {
-    std::vector<Field> fields;
+std::vector<QueryField> parse_fields(std::string_view text, std::string_view file) {
+    std::vector<QueryField> fields;
     for (const Token& token : split_query(text)) {
         if (token.kind == TokenKind::end) break;
-        const std::optional<Field> found =
+        const std::optional<QueryField> found =
             token.kind == TokenKind::word ? find_field(file, token.text) : std::nullopt;
         if (!found) throw query_failure(text, token.position, "champ demandé inconnu");
         fields.push_back(*found);

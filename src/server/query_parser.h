@@ -33,7 +33,7 @@ enum class Comparison { equal, not_equal, at_least, at_most, greater, less };
 enum class Scope { whole, beginning, ending };
 
 struct Condition {
-    Field field;
+    QueryField field;
     Comparison comparison = Comparison::equal;
     Scope scope = Scope::whole;
     std::string value; // without its bracket; folded for the beginning of a label
@@ -44,7 +44,7 @@ struct Query {
     std::vector<Condition> common;
     // Empty when there is no OR; then everything is in `common`. Otherwise each holds conditions on the key.
     std::vector<std::vector<Condition>> alternatives;
-    std::vector<Field> order;
+    std::vector<QueryField> order;
 };
 
 // StepFailure (ERR_QUERY) with the position of what cannot be understood; no query means something else
@@ -52,7 +52,7 @@ struct Query {
 [[nodiscard]] Query parse_query(std::string_view text);
 
 // The fields wanted of each record: names or numbers of `file` with blanks between them, one at least.
-[[nodiscard]] std::vector<Field> parse_fields(std::string_view text, std::string_view file);
+[[nodiscard]] std::vector<QueryField> parse_fields(std::string_view text, std::string_view file);
 
 // True when a field of that text meets the condition.
 [[nodiscard]] bool meets(const Condition& condition, std::string_view text);

@@ -43,8 +43,8 @@ public:
 
     // Takes a condition into the box; false when the box then says less than the condition.
     bool take(KeyBox& box, const Condition& condition) const {
-        if (condition.field.kind == FieldKind::key) return take_key(box, condition);
-        if (condition.field.kind == FieldKind::key_part) take_part(box, condition);
+        if (condition.field.kind == QueryFieldKind::key) return take_key(box, condition);
+        if (condition.field.kind == QueryFieldKind::key_part) take_part(box, condition);
         return false;
     }
 

@@ -42,17 +42,17 @@ std::string difference(std::string_view left, std::string_view right) {
 
 class Run {
 public:
-    Run(Store& store, const Query& query, const std::vector<Field>& wanted, QueryCounts& counts)
+    Run(Store& store, const Query& query, const std::vector<QueryField>& wanted, QueryCounts& counts)
         : store_(store), query_(query), wanted_(wanted), counts_(counts), file_(store.file(query.file)),
           balance_(is_balance_file(query.file)) {
-        for (const Field& field : query.order)
+        for (const QueryField& field : query.order)
             need(field);
-        for (const Field& field : wanted)
+        for (const QueryField& field : wanted)
             need(field);
         reads_records_ = !columns_.empty();
         for (const Condition& condition : query.common) {
             reads_records_ = reads_records_ || condition.field.of_record();
-            reads_labels_ = reads_labels_ || condition.field.kind == FieldKind::chart_label;
+            reads_labels_ = reads_labels_ || condition.field.kind == QueryFieldKind::chart_label;
         }
     }
 
@@ -75,28 +75,28 @@ private:
         std::size_t cells = 0; // where its values of `columns_` begin
     };
 
-    void need(const Field& field) {
+    void need(const QueryField& field) {
         if (field.of_record() && std::find(columns_.begin(), columns_.end(), field) == columns_.end())
             columns_.push_back(field);
-        reads_labels_ = reads_labels_ || field.kind == FieldKind::chart_label;
+        reads_labels_ = reads_labels_ || field.kind == QueryFieldKind::chart_label;
     }
 
     // --- fields ---
 
-    static std::string_view of_key(const Field& field, std::string_view key) {
-        return field.kind == FieldKind::key ? key : chars(key, field.first, field.other);
+    static std::string_view of_key(const QueryField& field, std::string_view key) {
+        return field.kind == QueryFieldKind::key ? key : chars(key, field.first, field.other);
     }
 
     // The view is good until the next call.
-    std::string_view of_record(const Field& field, std::string_view record) {
-        if (field.kind == FieldKind::attribute) return first_value(record, field.first);
+    std::string_view of_record(const QueryField& field, std::string_view record) {
+        if (field.kind == QueryFieldKind::attribute) return first_value(record, field.first);
         number_ = difference(first_value(record, field.first), first_value(record, field.other));
         return number_;
     }
 
-    std::string_view of_row(const Field& field, const Row& row) const {
+    std::string_view of_row(const QueryField& field, const Row& row) const {
         if (field.of_key()) return of_key(field, row.key);
-        if (field.kind == FieldKind::chart_label) return row.label;
+        if (field.kind == QueryFieldKind::chart_label) return row.label;
         const auto column = std::find(columns_.begin(), columns_.end(), field) - columns_.begin();
         return cells_[row.cells + static_cast<std::size_t>(column)];
     }
@@ -105,7 +105,7 @@ private:
 
     bool key_meets(const Condition& condition, std::string_view key) const {
         // Only a whole balance key has an account key at its end.
-        if (balance_ && condition.scope == Scope::ending && condition.field.kind == FieldKind::key &&
+        if (balance_ && condition.scope == Scope::ending && condition.field.kind == QueryFieldKind::key &&
             char_count(key) != BALANCE_KEY_CHARS)
             return false;
         return meets(condition, of_key(condition.field, key));
@@ -137,7 +137,7 @@ private:
         if (reads_records_) ++counts_.records;
         if (!in_box(box, key) || (reads_records_ && !record_meets(record))) return;
         rows_.push_back({std::string(key), std::string(), cells_.size()});
-        for (const Field& field : columns_)
+        for (const QueryField& field : columns_)
             cells_.emplace_back(of_record(field, record));
     }
 
@@ -231,7 +231,7 @@ private:
     void keep_labelled() {
         std::erase_if(rows_, [&](const Row& row) {
             return !std::all_of(query_.common.begin(), query_.common.end(), [&](const Condition& condition) {
-                return condition.field.kind != FieldKind::chart_label || meets(condition, row.label);
+                return condition.field.kind != QueryFieldKind::chart_label || meets(condition, row.label);
             });
         });
     }
@@ -250,7 +250,7 @@ private:
     // sort on the key can count.
     void order() {
         const auto key = std::find_if(query_.order.begin(), query_.order.end(),
-                                      [](const Field& field) { return field.kind == FieldKind::key; });
+                                      [](const QueryField& field) { return field.kind == QueryFieldKind::key; });
         const auto fields = static_cast<std::size_t>(key - query_.order.begin());
         if (fields == 0) return;
         std::vector<std::string> texts;
@@ -287,20 +287,20 @@ private:
                 text.append(of_row(wanted_[i], row));
             }
         }
-        if (!query_.order.empty() && query_.order.back().kind != FieldKind::key)
+        if (!query_.order.empty() && query_.order.back().kind != QueryFieldKind::key)
             text.push_back(ATTRIBUTE_MARK);
         return DynArray(std::move(text));
     }
 
     Store& store_;
     const Query& query_;
-    const std::vector<Field>& wanted_;
+    const std::vector<QueryField>& wanted_;
     QueryCounts& counts_;
     FileId file_;
     bool balance_;
     bool reads_records_ = false;
     bool reads_labels_ = false;
-    std::vector<Field> columns_; // fields of the record that the order or the result needs
+    std::vector<QueryField> columns_; // fields of the record that the order or the result needs
     std::vector<Row> rows_;
     std::vector<std::string> cells_;
     std::string number_;
@@ -308,7 +308,7 @@ private:
 
 } // namespace
 
-DynArray run_query(Store& store, const Query& query, const std::vector<Field>& wanted, QueryCounts* counts) {
+DynArray run_query(Store& store, const Query& query, const std::vector<QueryField>& wanted, QueryCounts* counts) {
     QueryCounts unasked;
     return Run(store, query, wanted, counts == nullptr ? unasked : *counts).result();
 }

@@ -22,7 +22,7 @@ struct QueryCounts {
 // The records that `query` selects, in its order: attribute i of the result is the i-th, its values the
 // fields wanted. A result whose last sort field isn't the key ends with one empty attribute, which its
 // readers count on; any other doesn't. Nothing selected: the empty text.
-[[nodiscard]] DynArray run_query(Store& store, const Query& query, const std::vector<Field>& wanted,
+[[nodiscard]] DynArray run_query(Store& store, const Query& query, const std::vector<QueryField>& wanted,
                                  QueryCounts* counts = nullptr);
 
 // The same for a whole request as DBSelect takes it: 1 the query, 2 its file, 3 the fields wanted.

@@ -64,11 +64,11 @@ inline std::unique_ptr<Store> base_of(const Sample* first, const Sample* last) {
 }
 
 inline std::vector<std::string> selected(Store& store, const Query& query) {
-    const DynArray result = run_query(store, query, {Field{}});
+    const DynArray result = run_query(store, query, {QueryField{}});
     std::vector<std::string> keys;
     for (std::size_t i = 1; i <= result.DCount(); ++i)
         keys.emplace_back(result(i));
-    if (!query.order.empty() && query.order.back().kind != FieldKind::key && !keys.empty()) keys.pop_back();
+    if (!query.order.empty() && query.order.back().kind != QueryFieldKind::key && !keys.empty()) keys.pop_back();
     std::sort(keys.begin(), keys.end());
     return keys;
 }

@@ -1,0 +1,309 @@
+// What the file of a base has to stand: other files in its place, damage, full disks, kills, other
+// processes.
+#include "scratch.h"
+#include "server/page_guard.h"
+
+#include <csignal>
+#include <cstring>
+#include <random>
+#include <sqlite3.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+namespace corvalissement {
+namespace {
+
+std::unique_ptr<Store> open(const std::string& path, OpenMode mode = OpenMode::must_exist) {
+    return open_embedded_store(path, mode, 200);
+}
+
+std::string record_of(std::size_t i) {
+    return std::string(1 + i * 37 % 3'000, static_cast<char>('a' + i % 26));
+}
+
+// A base of small and of large records, over enough pages that every kind of page is there.
+Records make_base(const std::string& path) {
+    const auto store = open(path, OpenMode::create);
+    Records records;
+    Transaction whole(*store);
+    for (std::size_t i = 0; i < 150; ++i) {
+        const std::string key = "N0001" + std::to_string(4'000'000'000 + i * 7);
+        records[key] = record_of(i) + (i % 10 == 0 ? std::string(9'000, 'z') : "");
+        store->write(store->file("BALANCEGENE"), key, records[key]);
+        store->write(store->file("TEMPO"), key, records[key]);
+    }
+    whole.commit();
+    return records;
+}
+
+TEST(EmbeddedBase, what_is_no_base_is_refused_by_name_and_left_alone) {
+    const ScratchFolder folder;
+    sqlite3* other = nullptr;
+    ASSERT_EQ(sqlite3_open((folder / "autre").c_str(), &other), SQLITE_OK);
+    sqlite3_exec(other, "CREATE TABLE t(a)", nullptr, nullptr, nullptr);
+    sqlite3_close(other);
+    put_bytes(folder / "texte", std::string(5'000, 'x'));
+    put_bytes(folder / "court", "SQLite format 3");
+    put_bytes(folder / "vide", "");
+    std::filesystem::create_directory(folder / "dossier");
+    const std::pair<const char*, OpenMode> cases[] = {
+        {"autre", OpenMode::create},   {"texte", OpenMode::create},    {"court", OpenMode::create},
+        {"dossier", OpenMode::create}, {"vide", OpenMode::must_exist}, {"absent", OpenMode::must_exist},
+        {"absent/b", OpenMode::create}};
+    for (const auto& [name, mode] : cases) {
+        const std::string path = folder / name;
+        const std::string before = std::filesystem::is_regular_file(path) ? bytes_of(path) : "";
+        std::string text;
+        EXPECT_EQ(failure_number([&] { open(path, mode); }, &text), ERR_STORE) << name;
+        EXPECT_TRUE(text.starts_with(path + " : ")) << text;
+        EXPECT_EQ(std::filesystem::is_regular_file(path) ? bytes_of(path) : "", before) << name;
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder / "absent"));
+    const auto store = open(folder / "vide", OpenMode::create); // an empty file is a place for a new base
+    store->write(store->file("A"), "k", "r");
+    EXPECT_EQ(records_of(*open(folder / "vide"), "A"), (Records{{"k", "r"}}));
+}
+
+// Reads everything there is. Data that differ are a fault; a refusal with a clear line is right.
+bool right_or_refused(const std::string& path, const Records& expected) {
+    bool right = true;
+    const int number = failure_number([&] {
+        const auto store = open(path);
+        for (const char* file : {"BALANCEGENE", "TEMPO"}) {
+            right = right && records_of(*store, file) == expected;
+            std::size_t keys = 0;
+            store->scan_keys(store->file(file), "", [&](std::string_view key) {
+                keys += expected.contains(std::string(key)) ? 1U : 0U;
+                return true;
+            });
+            right = right && keys == expected.size();
+            std::string record;
+            for (const auto& [key, text] : expected)
+                right = right && store->read(store->file(file), key, record) && record == text;
+        }
+    });
+    return number == ERR_STORE || (number == 0 && right);
+}
+
+TEST(EmbeddedBase, a_damaged_file_gives_the_right_records_or_a_refusal) {
+    const ScratchFolder folder;
+    const Records expected = make_base(folder / "base");
+    const std::string sound = bytes_of(folder / "base");
+    ASSERT_GT(sound.size(), 100 * GUARDED_PAGE);
+    std::mt19937 random(3);
+    for (int round = 0; round < 400; ++round) {
+        std::string damaged = sound;
+        switch (round % 4) {
+        case 0:
+            damaged.resize(random() % sound.size());
+            break; // cut short
+        case 1:    // a block of the disk lost
+            std::memset(damaged.data() + random() % (sound.size() / 512) * 512, 0, 512);
+            break;
+        case 2: // a whole page lost, or taken from another place
+            std::memcpy(damaged.data() + random() % (sound.size() / GUARDED_PAGE) * GUARDED_PAGE,
+                        random() % 2 == 0
+                            ? std::string(GUARDED_PAGE, '\0').data()
+                            : sound.data() + random() % (sound.size() / GUARDED_PAGE) * GUARDED_PAGE,
+                        GUARDED_PAGE);
+            break;
+        default: // one byte, half the time in the first page
+            damaged[random() % (round % 8 == 3 ? GUARDED_PAGE : sound.size())] ^=
+                static_cast<char>(1 + random() % 255);
+        }
+        put_bytes(folder / "essai", damaged);
+        ASSERT_TRUE(right_or_refused(folder / "essai", expected)) << "round " << round;
+    }
+    put_bytes(folder / "essai", sound);
+    EXPECT_EQ(failure_number([&] { records_of(*open(folder / "essai"), "TEMPO"); }), 0);
+}
+
+TEST(EmbeddedBase, a_full_disk_fails_clearly_and_keeps_the_old_state) {
+    const ScratchFolder folder;
+    const Records expected = make_base(folder / "base");
+    // The system's limit on the size of a file stands for the disk: at each limit another write fails.
+    for (rlim_t limit = 0; limit < 120'000; limit += 9'001) {
+        const int status = end_of(start_process([&] {
+            ::signal(SIGXFSZ, SIG_IGN);
+            const rlimit small{limit, RLIM_INFINITY};
+            ::setrlimit(RLIMIT_FSIZE, &small);
+            try {
+                const auto store = open(folder / "base");
+                Transaction whole(*store);
+                store->clear(store->file("TEMPO"));
+                store->write(store->file("NOUVEAU"), "k", std::string(200'000, 'n'));
+                whole.commit();
+            } catch (const StepFailure& failure) {
+                return failure.number() == ERR_STORE ? 3 : 4;
+            }
+            return 5;
+        }));
+        ASSERT_EQ(status, 3) << limit;
+        ASSERT_EQ(records_of(*open(folder / "base"), "TEMPO"), expected) << limit;
+    }
+}
+
+TEST(EmbeddedBase, a_base_held_by_another_is_told_so) {
+    const ScratchFolder folder;
+    const auto holder = open(folder / "base", OpenMode::create);
+    const auto other = open(folder / "base");
+    holder->begin();
+    holder->write(holder->file("TEMPO"), "k", "1");
+    std::string text;
+    EXPECT_EQ(failure_number([&] { other->write(other->file("TEMPO"), "k", "2"); }, &text), ERR_STORE);
+    EXPECT_NE(text.find("tenue par un autre utilisateur"), std::string::npos) << text;
+    EXPECT_EQ(records_of(*other, "TEMPO"), Records());
+    holder->commit();
+    other->write(other->file("TEMPO"), "k", "2");
+    EXPECT_EQ(records_of(*holder, "TEMPO"), (Records{{"k", "2"}}));
+}
+
+TEST(EmbeddedBase, a_base_that_may_only_be_read_is_read) {
+    const ScratchFolder folder;
+    const Records expected = make_base(folder / "base é%?");
+    ::chmod((folder / "base é%?").c_str(), 0444);
+    ::chmod(folder.path().c_str(), 0555);
+    const int status = end_of(start_process([&] {
+        if (::geteuid() == 0 && ::setuid(65'534) != 0) return 9; // the superuser may write anything
+        const auto store = open(folder / "base é%?");
+        if (records_of(*store, "BALANCEGENE") != expected) return 1;
+        if (failure_number([&] { store->write(store->file("TEMPO"), "k", "1"); }) != ERR_STORE) return 2;
+        if (failure_number([&] { static_cast<void>(store->lock("TEMPO", "k")); }) != ERR_STORE) return 3;
+        return failure_number([&] { open(folder / "neuf", OpenMode::create); }) == ERR_STORE ? 0 : 4;
+    }));
+    ::chmod(folder.path().c_str(), 0755);
+    EXPECT_EQ(status, 0);
+}
+
+// A number that processes share.
+struct Shared {
+    Shared()
+        : at(static_cast<long*>(
+              ::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {}
+    ~Shared() { ::munmap(at, 4096); }
+    Shared(const Shared&) = delete;
+    Shared& operator=(const Shared&) = delete;
+    long* at;
+};
+
+TEST(EmbeddedBase, a_kill_tears_no_transaction_and_loses_no_acknowledged_one) {
+    const ScratchFolder folder;
+    make_base(folder / "base");
+    const Shared acknowledged;
+    std::mt19937 random(4);
+    for (int round = 0; round < 25; ++round) {
+        const pid_t writer = start_process([&] {
+            const auto store = open(folder / "base");
+            for (long n = __atomic_load_n(acknowledged.at, __ATOMIC_SEQ_CST) + 1;; ++n) {
+                Transaction whole(*store);
+                for (const char* key : {"a", "b", "c"})
+                    store->write(store->file("COMPTE"), key, std::to_string(n) + std::string(5'000, '.'));
+                whole.commit();
+                __atomic_store_n(acknowledged.at, n, __ATOMIC_SEQ_CST);
+            }
+            return 0;
+        });
+        const long from = __atomic_load_n(acknowledged.at, __ATOMIC_SEQ_CST);
+        const long until = from + static_cast<long>(random() % 20);
+        while (__atomic_load_n(acknowledged.at, __ATOMIC_SEQ_CST) <= until) {
+            // A reader beside the writer sees whole transactions only.
+            const auto reader = open(folder / "base");
+            const Records seen = records_of(*reader, "COMPTE");
+            for (const auto& [key, record] : seen)
+                ASSERT_EQ(record, seen.begin()->second);
+        }
+        ::kill(writer, SIGKILL);
+        ASSERT_EQ(end_of(writer), -SIGKILL);
+        const Records left = records_of(*open(folder / "base"), "COMPTE");
+        ASSERT_EQ(left.size(), 3U);
+        for (const auto& [key, record] : left)
+            ASSERT_EQ(record, left.begin()->second) << key;
+        const long found = std::stol(left.begin()->second);
+        ASSERT_GE(found, *acknowledged.at);
+        ASSERT_LE(found, *acknowledged.at + 1);
+        *acknowledged.at = found;
+    }
+}
+
+TEST(EmbeddedBase, two_processes_never_hold_one_lock_and_a_dead_one_holds_none) {
+    const ScratchFolder folder;
+    open(folder / "base", OpenMode::create);
+    ASSERT_EQ(::symlink((folder / "base").c_str(), (folder / "lien").c_str()), 0);
+    const Shared inside;
+    const auto contend = [&](const std::string& path) {
+        return start_process([&inside, &path] {
+            for (int taken = 0; taken < 2'000;) {
+                const auto store = open(path); // no other way than the lock between the two
+                for (int i = 0; i < 200; ++i) {
+                    if (!store->lock("TEMPO", "k")) continue;
+                    if (__atomic_fetch_add(inside.at, 1, __ATOMIC_SEQ_CST) != 0) return 1;
+                    __atomic_fetch_sub(inside.at, 1, __ATOMIC_SEQ_CST);
+                    store->unlock("TEMPO", "k");
+                    ++taken;
+                }
+            }
+            return 0;
+        });
+    };
+    const std::string direct = folder / "base";
+    const std::string linked = folder / "lien";
+    const pid_t first = contend(direct);
+    const pid_t second = contend(linked);
+    EXPECT_EQ(end_of(first), 0);
+    EXPECT_EQ(end_of(second), 0);
+
+    const pid_t holder = start_process([&] {
+        const auto store = open(direct);
+        __atomic_store_n(inside.at, store->lock("TEMPO", "k") ? 7 : 8, __ATOMIC_SEQ_CST);
+        for (;;)
+            ::pause();
+        return 0;
+    });
+    while (__atomic_load_n(inside.at, __ATOMIC_SEQ_CST) == 0)
+        ::sched_yield();
+    const auto store = open(direct);
+    EXPECT_EQ(*inside.at, 7);
+    EXPECT_FALSE(store->lock("TEMPO", "k"));
+    ::kill(holder, SIGKILL);
+    EXPECT_EQ(end_of(holder), -SIGKILL);
+    EXPECT_TRUE(store->lock("TEMPO", "k"));
+}
+
+TEST(EmbeddedBase, a_new_base_takes_nothing_from_a_deleted_one) {
+    const ScratchFolder folder;
+    const pid_t killed = start_process([&] {
+        const auto store = open(folder / "base", OpenMode::create);
+        store->write(store->file("TEMPO"), "ancien", "1");
+        return ::raise(SIGKILL);
+    });
+    ASSERT_EQ(end_of(killed), -SIGKILL);
+    ASSERT_GT(std::filesystem::file_size(folder / "base-wal"), 0U);
+    std::filesystem::remove(folder / "base");
+    const auto store = open(folder / "base", OpenMode::create);
+    store->write(store->file("TEMPO"), "neuf", "2");
+    EXPECT_EQ(records_of(*open(folder / "base"), "TEMPO"), (Records{{"neuf", "2"}}));
+}
+
+TEST(EmbeddedBase, two_processes_that_make_one_base_share_it) {
+    const ScratchFolder folder;
+    for (int round = 0; round < 10; ++round) {
+        const std::string path = folder / ("base" + std::to_string(round));
+        const auto maker = [&](const char* key) {
+            return start_process([&path, key] {
+                const auto store = open_embedded_store(path, OpenMode::create);
+                store->write(store->file("TEMPO"), key, "1");
+                return 0;
+            });
+        };
+        const pid_t first = maker("a");
+        const pid_t second = maker("b");
+        ASSERT_EQ(end_of(first), 0);
+        ASSERT_EQ(end_of(second), 0);
+        ASSERT_EQ(records_of(*open(path), "TEMPO"), (Records{{"a", "1"}, {"b", "1"}}));
+        ASSERT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), round + 1);
+    }
+}
+
+} // namespace
+} // namespace corvalissement

@@ -1,0 +1,84 @@
+// What the tests of the server share: a folder of their own, a process of their own, the failure of a step.
+#pragma once
+
+#include "platform/failures.h"
+#include "server/store.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <map>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace corvalissement {
+
+class ScratchFolder {
+public:
+    ScratchFolder() {
+        std::string name = (std::filesystem::temp_directory_path() / "corvalissement-XXXXXX").string();
+        if (::mkdtemp(name.data()) == nullptr) std::abort();
+        path_ = name;
+    }
+    ~ScratchFolder() { std::filesystem::remove_all(path_); }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    [[nodiscard]] std::string operator/(const std::string& name) const { return (path_ / name).string(); }
+    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+// Runs `work` in a process of its own, which ends without any destructor but those of `work`.
+inline pid_t start_process(const std::function<int()>& work) {
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(work());
+    return child;
+}
+
+// The exit status, or minus the signal that ended it.
+inline int end_of(pid_t process) {
+    int status = 0;
+    ::waitpid(process, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+// The number of the failure of `step`, 0 when none came. A text that names nothing is a fault too.
+template <class Step>
+int failure_number(Step&& step, std::string* text = nullptr) {
+    try {
+        step();
+    } catch (const StepFailure& failure) {
+        if (text != nullptr) *text = failure.text();
+        EXPECT_NE(failure.text(), "");
+        return failure.number();
+    }
+    return 0;
+}
+
+inline std::string bytes_of(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void put_bytes(const std::string& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+using Records = std::map<std::string, std::string>;
+
+inline Records records_of(Store& store, const std::string& file, const std::string& from = "") {
+    Records records;
+    store.scan(store.file(file), from, [&](std::string_view key, std::string_view record) {
+        records.emplace(key, record);
+        return true;
+    });
+    return records;
+}
+
+} // namespace corvalissement
