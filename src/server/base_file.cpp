@@ -78,9 +78,8 @@ void fill_new_base(const std::string& temporary, const std::string& shown) {
         sqlite3_file_control(connection.handle(), "main", SQLITE_FCNTL_RESERVE_BYTES, &reserved);
     if (result != SQLITE_OK) connection.fail(result);
     const std::string statements =
-        "PRAGMA page_size=" + std::to_string(GUARDED_PAGE) +
-        ";PRAGMA auto_vacuum=NONE;PRAGMA synchronous=FULL;BEGIN;" +
-        "PRAGMA application_id=" + std::to_string(BASE_APPLICATION) + ";" +
+        "PRAGMA page_size=" + std::to_string(GUARDED_PAGE) + ";PRAGMA auto_vacuum=NONE;" +
+        "PRAGMA synchronous=FULL;BEGIN;" + "PRAGMA application_id=" + std::to_string(BASE_APPLICATION) + ";" +
         "PRAGMA user_version=" + std::to_string(BASE_FORMAT) + ";" +
         "CREATE TABLE fichiers(numero INTEGER PRIMARY KEY, nom BLOB NOT NULL UNIQUE);" +
         "COMMIT;PRAGMA journal_mode=WAL;";

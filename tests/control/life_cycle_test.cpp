@@ -1,0 +1,89 @@
+// Start and end of the control: what a host may forget, what a failing base leaves, what the end releases.
+#include "control/ctr_corvalissement.h"
+#include "data/keys.h"
+#include "server/session.h"
+#include "support/test_host.h"
+
+#include <gtest/gtest.h>
+
+namespace corvalissement::testing_support {
+namespace {
+
+class Level2 final : public UserRights, public UserRight, public std::enable_shared_from_this<Level2> {
+public:
+    [[nodiscard]] std::shared_ptr<UserRight> DroitSur(std::string_view key) override {
+        asked = key;
+        return shared_from_this();
+    }
+    [[nodiscard]] std::int32_t Niveau() const override { return LEVEL_EDITION; }
+    std::string asked;
+};
+
+// Opens files until one fails.
+class FailingSession final : public TarvexSession {
+public:
+    explicit FailingSession(std::string failing)
+        : failing_(std::move(failing)), inner_(make_memory_store()) {}
+    [[nodiscard]] std::shared_ptr<TarvexFile> DBOpen(std::string_view name) override {
+        opened += std::string(name) + " ";
+        if (name == failing_) throw StepFailure(ERR_STORE, "fichier illisible", std::string(name));
+        return inner_.DBOpen(name);
+    }
+    [[nodiscard]] DynArray DBSelect(std::string_view request, std::string_view unused,
+                                    std::string& work) override {
+        return inner_.DBSelect(request, unused, work);
+    }
+    void DBExecute(std::string_view, std::string_view, std::string&) override {}
+    std::string opened;
+
+private:
+    std::string failing_;
+    ServerSession inner_;
+};
+
+TEST(LifeCycle, rights_are_asked_when_set_and_missed_at_Init) {
+    TestHost host;
+    Ctr_Corvalissement control(host);
+    EXPECT_NE(error_of([&] { control.set_DroitsUtilisateur(nullptr); }), 0);
+    const auto rights = std::make_shared<Level2>();
+    control.set_DroitsUtilisateur(rights);
+    EXPECT_EQ(rights->asked, "EDITCORVALISSEMENT");
+    control.set_TheDatabase(nullptr);
+    EXPECT_EQ(error_of([&] { control.Init(); }), ERR_STORE);
+    EXPECT_TRUE(control.enabled()) << "no routine leaves a dead form";
+    EXPECT_EQ(host.pointers.back(), POINTER_NORMAL);
+}
+
+TEST(LifeCycle, file_that_cannot_be_opened_reaches_the_host) {
+    TestHost host;
+    Ctr_Corvalissement control(host);
+    control.set_DroitsUtilisateur(std::make_shared<Level2>());
+    const auto session = std::make_shared<FailingSession>("BROUILLARDTETE");
+    control.set_TheDatabase(session);
+    EXPECT_EQ(error_of([&] { control.Init(); }), ERR_STORE);
+    EXPECT_EQ(session->opened, "ASSOCIATION BALANCEGENE BALANCEGENEARCHIVE BALANCEGENETEMPO BROUILLARDTETE ");
+    EXPECT_TRUE(Variable::Files.F_BALANCEGENETEMPO && !Variable::Files.F_JOURNAL);
+    control.UserControl_Terminate();
+}
+
+TEST(LifeCycle, end_releases_rights_files_and_session_but_not_the_client) {
+    TestHost host;
+    Ctr_Corvalissement control(host);
+    auto rights = std::make_shared<Level2>();
+    auto session = std::make_shared<FailingSession>("");
+    const std::weak_ptr<Level2> rights_held = rights;
+    const std::weak_ptr<FailingSession> session_held = session;
+    control.set_DroitsUtilisateur(std::move(rights));
+    control.set_TheClient(std::make_shared<TarvexClient>());
+    control.set_TheDatabase(std::move(session));
+    control.Init();
+    EXPECT_EQ(control.focus(), control.find("Txt_Entite"));
+    EXPECT_EQ(control.W_Sortir, 0);
+    control.UserControl_Terminate();
+    EXPECT_TRUE(rights_held.expired() && session_held.expired());
+    EXPECT_FALSE(Variable::Files.F_ASSOCIATION || Variable::Files.F_TEMPO);
+    EXPECT_TRUE(Variable::TheClient);
+}
+
+} // namespace
+} // namespace corvalissement::testing_support

@@ -1,0 +1,172 @@
+// Who edits, and what is left when a step fails: the view always comes back, the document always ends.
+#include "data/variable.h"
+#include "launch/routing.h"
+#include "server/session.h"
+#include "support/small_base.h"
+#include "support/test_host.h"
+
+#include <gtest/gtest.h>
+
+namespace corvalissement::testing_support {
+namespace {
+
+class CommandLog final : public CommandRunner {
+public:
+    explicit CommandLog(std::string answer) : answer_(std::move(answer)) {}
+    void run(ServerSession& session, std::string_view line, bool) override {
+        lines.emplace_back(line);
+        if (line.starts_with("TESTESETPTR") && !answer_.empty())
+            put(session.store(), "TEMPO", "RETOURIMPRIMANTEDUPUIS", {answer_});
+        if (line.starts_with("CORVALISSEMENT")) put(session.store(), "TEMPO", "CORVALISSEMENT", {"gl.pdf"});
+    }
+    std::vector<std::string> lines;
+
+private:
+    std::string answer_;
+};
+
+struct Route {
+    TestHost host;
+    View view{host, "Vue", "", 1, 1, {}};
+    std::shared_ptr<RecordingSurface> printer = std::make_shared<RecordingSurface>();
+    std::shared_ptr<CommandLog> commands;
+    Selection selection;
+    DynArray keys{std::string("N00014010000000")};
+    std::string target = "avant";
+    PrintState state;
+    std::string written; // what stands in TEMPO for the user
+
+    void run(const std::string& answer = "OK") {
+        TestLedger ledger;
+        ledger.chart["0014010000000"] = "Un";
+        ledger.ledger = {{"N00014010000000",
+                          "1",
+                          {{45292, "001VEN000001", "0014010000000", "", "", "5", "", "", "", ""}}}};
+        auto store = make_memory_store();
+        put(*store, ledger);
+        commands = std::make_shared<CommandLog>(answer);
+        ServerSession session(std::move(store), commands);
+        LedgerFiles files;
+        files.open(session);
+        selection.entity = "001";
+        selection.exercice = "N";
+        selection.start_date = "01/01/2024";
+        selection.end_date = "31/12/2024";
+        host.printers = {printer};
+        const DynArray drafts;
+        UtilObject util(host);
+        NoProgress progress;
+        PrintRun print{selection, keys, drafts, files, session, view, util, state, progress, target};
+        Imprime(print);
+        DynArray record;
+        static_cast<void>(
+            session.store().read(session.store().file("TEMPO"), "BALANCEGENEDUPUIS", record.buffer()));
+        record.changed();
+        written = record(1);
+    }
+};
+
+TEST(Routing, page_printer_is_driven_by_the_control) {
+    Route route;
+    route.host.choice = {0, 3};
+    route.run();
+    EXPECT_EQ(route.printer->page_count(), 2);
+    EXPECT_EQ(route.printer->orientation, 2);
+    EXPECT_EQ(route.printer->copies, 3);
+    EXPECT_EQ(route.printer->documents_ended, 1);
+    EXPECT_EQ(route.target, "");
+    EXPECT_EQ(route.host.pointers, (std::vector{POINTER_HOURGLASS, POINTER_NORMAL}));
+    EXPECT_TRUE(route.commands->lines.empty());
+}
+
+TEST(Routing, nothing_is_asked_for_no_key_and_nothing_printed_when_given_up) {
+    Route empty;
+    empty.keys = DynArray();
+    empty.run();
+    EXPECT_EQ(empty.host.printer_choices, 0);
+    Route given_up;
+    given_up.host.choice.index = -1;
+    given_up.run();
+    EXPECT_EQ(given_up.printer->documents_ended, 0);
+    EXPECT_TRUE(given_up.host.pointers.empty());
+}
+
+TEST(Routing, unknown_index_goes_to_the_printer_in_force) {
+    Route route;
+    route.host.choice.index = 7;
+    route.run();
+    EXPECT_EQ(route.host.in_force->documents_ended, 1);
+    EXPECT_EQ(route.host.failures().size(), 1U);
+}
+
+TEST(Routing, refused_copies_are_nobody_s_business) {
+    Route route;
+    route.printer->refuses_copies = true;
+    route.run();
+    EXPECT_EQ(route.printer->orientation, 2);
+    EXPECT_TRUE(route.host.failures().empty());
+}
+
+TEST(Routing, edition_ends_as_a_document_wherever_paper_fails) {
+    Route whole;
+    whole.run();
+    const int prints = static_cast<int>(whole.printer->texts.size());
+    for (int at = 1; at <= prints; ++at) {
+        Route route;
+        route.printer->fail_at_print = at;
+        route.run();
+        ASSERT_EQ(route.printer->documents_ended, 1) << "print " << at;
+        ASSERT_TRUE(route.view.enabled());
+        ASSERT_EQ(route.host.pointers.back(), POINTER_NORMAL);
+        ASSERT_EQ(route.host.failures().size(), 1U) << "told once";
+    }
+}
+
+TEST(Routing, matrix_printer_is_named_as_the_server_knows_it) {
+    struct Printer {
+        const char* device;
+        const char* port;
+        const char* target;
+    };
+    for (const auto& [device, port, target] :
+         {Printer{"\\\\SRV\\Matricielle", "LPT1", "\\\\SRV\\Matricielle"},
+          Printer{"Epson matric", "LPT2:", "\\\\POSTE7\\Epson matric"},
+          Printer{"MATRICIELLE", "COM1", "COM1"}}) {
+        Route route;
+        route.printer->device_name = device;
+        route.printer->port = port;
+        route.run();
+        const std::vector<std::string> lines = {"LOGIN", std::string("TESTESETPTR DUPUIS ") + target,
+                                                "CORVALISSEMENT DUPUIS 0 0 0 001 N0 0 45292 45657 LISTE"};
+        EXPECT_EQ(route.commands->lines, lines);
+        EXPECT_EQ(route.target, target);
+        EXPECT_EQ(route.written, "N00014010000000|");
+        EXPECT_EQ(route.printer->orientation, 0) << "settings stay as the platform has them";
+        EXPECT_EQ(route.printer->documents_ended, 1);
+    }
+}
+
+TEST(Routing, server_s_answer_on_the_printer_decides) {
+    for (const auto& [answer, messages] : {std::pair("IMPRIMANTE NON TROUVEE", 1U), {"", 0U}}) {
+        Route route;
+        route.printer->device_name = "matric";
+        route.run(answer);
+        EXPECT_EQ(route.commands->lines.size(), 2U) << "no edition";
+        EXPECT_EQ(route.host.messages.size(), messages);
+    }
+}
+
+TEST(Routing, graphic_file_needs_no_printer) {
+    Route route;
+    route.selection.as_list = false;
+    route.run();
+    EXPECT_EQ(route.host.printer_choices, 0);
+    EXPECT_EQ(route.target, "avant");
+    EXPECT_TRUE(route.host.pointers.empty());
+    EXPECT_EQ(route.commands->lines.size(), 2U);
+    EXPECT_EQ(route.host.messages,
+              std::vector<std::string>{"Le fichier gl.pdf a été généré dans le répertoire LIENCOMPTA"});
+}
+
+} // namespace
+} // namespace corvalissement::testing_support
