@@ -11,16 +11,15 @@ namespace corvalissement {
 
 namespace {
 
-constexpr const char* RECORD =
-    "\xFE"
-    "45292\xFE"
-    "0014010000000\xFE"
-    "Facture n° 1234 de janvier\xFE"
-    "FA-1234\xFE"
-    "123456\xFE\xFE"
-    "45322\xFE"
-    "100\xFE\xFE"
-    "AB";
+constexpr const char* RECORD = "\xFE"
+                               "45292\xFE"
+                               "0014010000000\xFE"
+                               "Facture n° 1234 de janvier\xFE"
+                               "FA-1234\xFE"
+                               "123456\xFE\xFE"
+                               "45322\xFE"
+                               "100\xFE\xFE"
+                               "AB";
 
 class SilentSurface final : public PrintSurface {
 public:
@@ -54,7 +53,8 @@ void record_attributes(benchmark::State& state) {
     for (auto _ : state) {
         record.buffer().assign(RECORD);
         record.changed();
-        for (std::size_t a = 2; a <= 11; ++a) benchmark::DoNotOptimize(record(a));
+        for (std::size_t a = 2; a <= 11; ++a)
+            benchmark::DoNotOptimize(record(a));
     }
 }
 BENCHMARK(record_attributes);
@@ -62,11 +62,13 @@ BENCHMARK(record_attributes);
 void value_of_long_attribute(benchmark::State& state) {
     std::string values;
     const auto count = static_cast<std::size_t>(state.range(0));
-    for (std::size_t v = 0; v < count; ++v) DynArray::append_value(values, "001VEN000001N0000", v == 0);
+    for (std::size_t v = 0; v < count; ++v)
+        DynArray::append_value(values, "001VEN000001N0000", v == 0);
     DynArray balance;
     balance.set(balance::ENTRIES, values);
     std::size_t v = 0;
-    for (auto _ : state) benchmark::DoNotOptimize(balance(balance::ENTRIES, v++ % count + 1));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(balance(balance::ENTRIES, v++ % count + 1));
 }
 BENCHMARK(value_of_long_attribute)->Arg(1000)->Arg(1'000'000);
 
@@ -83,7 +85,8 @@ void entry_line(benchmark::State& state) {
     EntryLine line(edition, steps, PieceSide::right);
     TarvexRecord record;
     record.set_text(RECORD);
-    for (auto _ : state) line.print(record, "001VEN000001N0000", 1, [] { return std::size_t{0}; });
+    for (auto _ : state)
+        line.print(record, "001VEN000001N0000", 1, [] { return std::size_t{0}; });
 }
 BENCHMARK(entry_line);
 

@@ -18,11 +18,11 @@ int main(int argc, char** argv) {
     try {
         ServerSession session(open_embedded_store(argv[1], OpenMode::must_exist));
         std::string work;
-        const DynArray keys = session.DBSelect(
-            query_request("SSELECT BALANCEGENE AVEC EntiteBalGene = \"" + std::string(argv[2]) +
-                              "\" AND AVEC ExerBalGene = \"N0\" PAR 0",
-                          files::BALANCEGENE, "0"),
-            "", work);
+        const DynArray keys = session.DBSelect(query_request("SSELECT BALANCEGENE AVEC EntiteBalGene = \"" +
+                                                                 std::string(argv[2]) +
+                                                                 "\" AND AVEC ExerBalGene = \"N0\" PAR 0",
+                                                             files::BALANCEGENE, "0"),
+                                               "", work);
         const auto balances = session.DBOpen(files::BALANCEGENE);
         const auto entries = session.DBOpen(files::DETAILECRITUREGENE);
         TarvexRecord balance;

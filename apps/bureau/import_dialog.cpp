@@ -20,7 +20,9 @@ QString amount(const std::string& hundredths) {
     return QLocale(QLocale::French).toString(static_cast<double>(value) / 100.0, 'f', 2);
 }
 
-QString count(std::uint64_t number) { return QLocale(QLocale::French).toString(static_cast<qulonglong>(number)); }
+QString count(std::uint64_t number) {
+    return QLocale(QLocale::French).toString(static_cast<qulonglong>(number));
+}
 
 } // namespace
 
@@ -46,7 +48,8 @@ ImportDialog::ImportDialog(const QStringList& files, QWidget* parent) : QDialog(
     auto* files_label = new QLabel;
     files_label->setTextFormat(Qt::PlainText);
     QStringList names;
-    for (const QString& file : files_) names << QFileInfo(file).fileName();
+    for (const QString& file : files_)
+        names << QFileInfo(file).fileName();
     files_label->setText(names.join(QLatin1Char('\n')));
 
     auto* form = new QFormLayout(this);
@@ -73,11 +76,13 @@ ImportDialog::ImportDialog(const QStringList& files, QWidget* parent) : QDialog(
 
 FecOptions ImportDialog::options() const {
     FecOptions options;
-    for (const QString& file : files_) options.paths.push_back(field_text(file));
+    for (const QString& file : files_)
+        options.paths.push_back(field_text(file));
     options.entity = field_text(entity_->text());
     options.name = field_text(name_->text());
     if (!street_->text().isEmpty() || !street_2_->text().isEmpty() || !town_->text().isEmpty())
-        options.address = field_text(street_->text() + QLatin1Char('|') + street_2_->text() + QLatin1Char('|') + town_->text());
+        options.address = field_text(street_->text() + QLatin1Char('|') + street_2_->text() +
+                                     QLatin1Char('|') + town_->text());
     options.drafts = drafts_->isChecked();
     options.auxiliaries = auxiliaries_->isChecked();
     options.outside_bounds = outside_->isChecked();
@@ -92,12 +97,14 @@ void ImportDialog::check() {
 }
 
 QString told_summary(const FecSummary& summary) {
-    QString text = QObject::tr("%1 lignes lues, %2 écritures, %3 comptes, %4 journaux.\nDébit : %5    Crédit : %6")
-                       .arg(count(summary.lines), count(summary.entries), count(summary.accounts),
-                            count(summary.journals), amount(summary.debit), amount(summary.credit));
+    QString text =
+        QObject::tr("%1 lignes lues, %2 écritures, %3 comptes, %4 journaux.\nDébit : %5    Crédit : %6")
+            .arg(count(summary.lines), count(summary.entries), count(summary.accounts),
+                 count(summary.journals), amount(summary.debit), amount(summary.credit));
     if (summary.drafts > 0) text += QObject::tr("\n%1 séquences de brouillard.").arg(count(summary.drafts));
     if (summary.outside_bounds > 0)
-        text += QObject::tr("\n%1 lignes hors des trois exercices laissées de côté.").arg(count(summary.outside_bounds));
+        text += QObject::tr("\n%1 lignes hors des trois exercices laissées de côté.")
+                    .arg(count(summary.outside_bounds));
     if (!summary.remarks.empty()) text += QObject::tr("\n%1 remarques.").arg(count(summary.remarks.size()));
     return text;
 }

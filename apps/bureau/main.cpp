@@ -25,14 +25,18 @@ int main(int argc, char** argv) {
     parser.setApplicationDescription(QStringLiteral("Edition du grand livre général"));
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.addPositionalArgument(QStringLiteral("BASE"), QStringLiteral("Base à ouvrir ; sans elle, la dernière ouverte"), QStringLiteral("[BASE]"));
+    parser.addPositionalArgument(QStringLiteral("BASE"),
+                                 QStringLiteral("Base à ouvrir ; sans elle, la dernière ouverte"),
+                                 QStringLiteral("[BASE]"));
     parser.process(application);
 
     corvalissement::MainWindow window;
     window.show();
     const QString asked = parser.positionalArguments().value(0);
     const QString last = QSettings().value(QStringLiteral("base")).toString();
-    if (!asked.isEmpty()) window.open_base(asked);
-    else if (QFileInfo::exists(last)) window.open_base(last);
+    if (!asked.isEmpty())
+        window.open_base(asked);
+    else if (QFileInfo::exists(last))
+        window.open_base(last);
     return QApplication::exec();
 }

@@ -16,12 +16,12 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QProgressDialog>
+#include <QPushButton>
 #include <QSettings>
 #include <QStackedWidget>
 #include <QStandardPaths>
 #include <QStatusBar>
 #include <QVBoxLayout>
-#include <QPushButton>
 
 namespace corvalissement {
 
@@ -47,7 +47,9 @@ MainWindow::MainWindow() {
     pages_ = new QStackedWidget;
     control_ = new ControlWidget;
     control_->finished = [this] { edition_finished(); };
-    control_->preview = [this](std::shared_ptr<RecordedDocument> document) { show_document(std::move(document)); };
+    control_->preview = [this](std::shared_ptr<RecordedDocument> document) {
+        show_document(std::move(document));
+    };
     control_->printed = [this](long pages, const QString& where) {
         last_printed_ = pages == 1 ? tr("1 page : %1").arg(where) : tr("%1 pages : %2").arg(pages).arg(where);
     };
@@ -87,17 +89,20 @@ void MainWindow::make_menus() {
     QMenu* file = menuBar()->addMenu(tr("&Fichier"));
     file->addAction(tr("&Ouvrir une base…"), QKeySequence::Open, this, [this] { ask_open(); });
     file->addAction(tr("&Créer une base…"), QKeySequence::New, this, [this] { ask_create(); });
-    import_ = file->addAction(tr("&Importer des écritures…"), QKeySequence(Qt::CTRL | Qt::Key_I), this, [this] { ask_import(); });
+    import_ = file->addAction(tr("&Importer des écritures…"), QKeySequence(Qt::CTRL | Qt::Key_I), this,
+                              [this] { ask_import(); });
     file->addSeparator();
     file->addAction(tr("&Quitter"), QKeySequence(Qt::CTRL | Qt::Key_Q), this, [this] { close(); });
 
     QMenu* edition = menuBar()->addMenu(tr("&Edition"));
-    edition_ = edition->addAction(tr("&Nouvelle édition"), QKeySequence(Qt::CTRL | Qt::Key_E), this, [this] { begin_edition(); });
+    edition_ = edition->addAction(tr("&Nouvelle édition"), QKeySequence(Qt::CTRL | Qt::Key_E), this,
+                                  [this] { begin_edition(); });
 
     QMenu* user = menuBar()->addMenu(tr("&Utilisateur"));
     auto* levels = new QActionGroup(this);
     const std::int32_t remembered = QSettings().value(KEY_LEVEL, LEVEL_EDITION).toInt();
-    for (const auto& [text, level] : {std::pair(tr("&Edition (niveau 2)"), LEVEL_EDITION), std::pair(tr("&Consultation (niveau 1)"), LEVEL_READING)}) {
+    for (const auto& [text, level] : {std::pair(tr("&Edition (niveau 2)"), LEVEL_EDITION),
+                                      std::pair(tr("&Consultation (niveau 1)"), LEVEL_READING)}) {
         QAction* action = user->addAction(text);
         action->setCheckable(true);
         action->setChecked(level == remembered);
@@ -106,10 +111,13 @@ void MainWindow::make_menus() {
     }
 
     QMenu* help = menuBar()->addMenu(tr("&Aide"));
-    help->addAction(tr("&Sommaire"), QKeySequence::HelpContents, this,
-                    [] { show_help_window(QStringLiteral("Corvalissement.htm"), tr("Edition du grand livre général")); });
+    help->addAction(tr("&Sommaire"), QKeySequence::HelpContents, this, [] {
+        show_help_window(QStringLiteral("Corvalissement.htm"), tr("Edition du grand livre général"));
+    });
     help->addAction(tr("À &propos"), this, [this] {
-        QMessageBox::about(this, tr("À propos"), tr("Edition du grand livre général\nVersion %1").arg(QStringLiteral(CORVALISSEMENT_VERSION)));
+        QMessageBox::about(
+            this, tr("À propos"),
+            tr("Edition du grand livre général\nVersion %1").arg(QStringLiteral(CORVALISSEMENT_VERSION)));
     });
 }
 
@@ -118,9 +126,11 @@ void MainWindow::show_state() {
     setWindowTitle(base_.isEmpty() ? tr("Grand livre général") : tr("%1 - Grand livre général").arg(name));
     import_->setEnabled(!base_.isEmpty());
     edition_->setEnabled(!base_.isEmpty());
-    welcome_->setText(base_.isEmpty() ? tr("Ouvrez une base comptable, ou créez-en une et importez-y un fichier des écritures comptables (FEC).")
-                      : last_printed_.isEmpty() ? tr("Base ouverte : %1").arg(name)
-                                                : tr("Base ouverte : %1\nDernière édition : %2").arg(name, last_printed_));
+    welcome_->setText(base_.isEmpty() ? tr("Ouvrez une base comptable, ou créez-en une et importez-y un "
+                                           "fichier des écritures comptables (FEC).")
+                      : last_printed_.isEmpty()
+                          ? tr("Base ouverte : %1").arg(name)
+                          : tr("Base ouverte : %1\nDernière édition : %2").arg(name, last_printed_));
 }
 
 bool MainWindow::open_base(const QString& path) {
@@ -161,10 +171,12 @@ void MainWindow::edition_finished() {
     if (steps.empty()) return;
     QString details;
     for (const SkippedStep& step : steps)
-        details += shown_text(step.routine) + QStringLiteral(" : ") + shown_text(step.failure.text()) + QLatin1Char(' ') +
-                   shown_text(step.failure.record()) + QLatin1Char('\n');
-    QMessageBox box(QMessageBox::Warning, windowTitle(), tr("L'édition a passé outre %1 étapes qui n'ont pas pu être menées à bien.").arg(steps.size()),
-                    QMessageBox::Ok, this);
+        details += shown_text(step.routine) + QStringLiteral(" : ") + shown_text(step.failure.text()) +
+                   QLatin1Char(' ') + shown_text(step.failure.record()) + QLatin1Char('\n');
+    QMessageBox box(
+        QMessageBox::Warning, windowTitle(),
+        tr("L'édition a passé outre %1 étapes qui n'ont pas pu être menées à bien.").arg(steps.size()),
+        QMessageBox::Ok, this);
     box.setInformativeText(details.section(QLatin1Char('\n'), 0, 4));
     if (steps.size() > 5) box.setDetailedText(details);
     box.exec();
@@ -185,17 +197,24 @@ void MainWindow::set_level(std::int32_t level) {
 }
 
 void MainWindow::ask_open() {
-    const QString path = QFileDialog::getOpenFileName(this, tr("Ouvrir une base"), QFileInfo(QSettings().value(KEY_BASE).toString()).absolutePath(), bases());
+    const QString path = QFileDialog::getOpenFileName(
+        this, tr("Ouvrir une base"), QFileInfo(QSettings().value(KEY_BASE).toString()).absolutePath(),
+        bases());
     if (!path.isEmpty()) open_base(path);
 }
 
 void MainWindow::ask_create() {
-    QString path = QFileDialog::getSaveFileName(this, tr("Créer une base"),
-                                                QDir(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)).filePath(QStringLiteral("compta.base")), bases());
+    QString path =
+        QFileDialog::getSaveFileName(this, tr("Créer une base"),
+                                     QDir(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation))
+                                         .filePath(QStringLiteral("compta.base")),
+                                     bases());
     if (path.isEmpty() || !control_->may_close()) return;
     // The dialog has asked whether a file of that name may go; a base is never overwritten for all that.
     if (QFileInfo::exists(path)) {
-        QMessageBox::warning(this, windowTitle(), tr("« %1 » existe déjà. Ouvrez cette base, ou choisissez un autre nom.").arg(QDir::toNativeSeparators(path)));
+        QMessageBox::warning(this, windowTitle(),
+                             tr("« %1 » existe déjà. Ouvrez cette base, ou choisissez un autre nom.")
+                                 .arg(QDir::toNativeSeparators(path)));
         return;
     }
     if (QFileInfo(path).suffix().isEmpty()) path += QLatin1String(".base");
@@ -215,8 +234,9 @@ void MainWindow::ask_create() {
 
 void MainWindow::ask_import() {
     if (!control_->may_close()) return;
-    const QStringList paths = QFileDialog::getOpenFileNames(this, tr("Fichiers des écritures comptables"), QFileInfo(base_).absolutePath(),
-                                                            tr("Fichiers des écritures comptables (*.txt *.csv *.fec);;Tous les fichiers (*)"));
+    const QStringList paths = QFileDialog::getOpenFileNames(
+        this, tr("Fichiers des écritures comptables"), QFileInfo(base_).absolutePath(),
+        tr("Fichiers des écritures comptables (*.txt *.csv *.fec);;Tous les fichiers (*)"));
     if (paths.isEmpty()) return;
     ImportDialog dialog(paths, this);
     if (dialog.exec() == QDialog::Accepted) import(dialog.options());
@@ -239,9 +259,11 @@ void MainWindow::import(const FecOptions& options) {
             if (progress.wasCanceled()) throw ImportGivenUp();
         });
         progress.close();
-        QMessageBox box(QMessageBox::Information, tr("Importation"), told_summary(summary), QMessageBox::Ok, this);
+        QMessageBox box(QMessageBox::Information, tr("Importation"), told_summary(summary), QMessageBox::Ok,
+                        this);
         QString remarks;
-        for (const std::string& remark : summary.remarks) remarks += shown_text(remark) + QLatin1Char('\n');
+        for (const std::string& remark : summary.remarks)
+            remarks += shown_text(remark) + QLatin1Char('\n');
         box.setDetailedText(remarks);
         box.exec();
     } catch (const ImportGivenUp&) {

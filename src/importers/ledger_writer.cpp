@@ -140,7 +140,8 @@ void LedgerWriter::next_place(Place& place, const std::string& code) const {
     place.line = 1;
 }
 
-void LedgerWriter::compose_key(std::string& key, std::uint16_t journal, BookedPeriod period, Place place) const {
+void LedgerWriter::compose_key(std::string& key, std::uint16_t journal, BookedPeriod period,
+                               Place place) const {
     key.append(entity_);
     key.append(journals_[journal].code);
     key.append("N0");
@@ -149,7 +150,8 @@ void LedgerWriter::compose_key(std::string& key, std::uint16_t journal, BookedPe
     append_padded(key, place.block, 3);
 }
 
-void LedgerWriter::add(BookedPeriod period, std::size_t journal, std::size_t account, const EntryText& entry) {
+void LedgerWriter::add(BookedPeriod period, std::size_t journal, std::size_t account,
+                       const EntryText& entry) {
     Journal& book = journals_[journal];
     Place& place = book.last[index_of(period)];
     next_place(place, book.code);

@@ -399,7 +399,8 @@ private:
         for (std::uint64_t s = 0; s < sequences; ++s) {
             const std::uint64_t lines =
                 options_.drafts * (s + 1) / sequences - options_.drafts * s / sequences;
-            const BookedPeriod period = s / std::size(JOURNALS) % 2 == 0 ? BookedPeriod::current : BookedPeriod::next;
+            const BookedPeriod period =
+                s / std::size(JOURNALS) % 2 == 0 ? BookedPeriod::current : BookedPeriod::next;
             std::string key(ENTITY);
             key.append(JOURNALS[s % std::size(JOURNALS)].code).append(year_code_of(period));
             key.push_back(ORDERS[s / PLACES]);

@@ -22,8 +22,8 @@ constexpr QueryField YEAR{QueryFieldKind::key_part, 1, 2, false};
 constexpr QueryField ACCOUNT{QueryFieldKind::key_part, 6, 10, false};
 constexpr QueryField SOLDE{QueryFieldKind::attribute, balance::SOLDE, 0, false};
 constexpr QueryField CHART_LABEL{QueryFieldKind::chart_label, plan::LABEL, 0, true};
-constexpr QueryField DRAFT_BALANCE{QueryFieldKind::difference, brouillard::TOTAL_DEBIT, brouillard::TOTAL_CREDIT,
-                              false};
+constexpr QueryField DRAFT_BALANCE{QueryFieldKind::difference, brouillard::TOTAL_DEBIT,
+                                   brouillard::TOTAL_CREDIT, false};
 
 constexpr std::array<Entry, 9> NAMES = {{
     {"EntiteBalGene", Files::balances, ENTITY},

@@ -27,7 +27,9 @@ struct QueryField {
     bool label = false;    // "begins with" and sorting fold case and accents
 
     // What has to be at hand to know its value.
-    [[nodiscard]] bool of_key() const { return kind == QueryFieldKind::key || kind == QueryFieldKind::key_part; }
+    [[nodiscard]] bool of_key() const {
+        return kind == QueryFieldKind::key || kind == QueryFieldKind::key_part;
+    }
     [[nodiscard]] bool of_record() const {
         return kind == QueryFieldKind::attribute || kind == QueryFieldKind::difference;
     }

@@ -249,8 +249,9 @@ private:
     // Rows are in the order of their keys, so a stable sort settles what is equal, and nothing behind a
     // sort on the key can count.
     void order() {
-        const auto key = std::find_if(query_.order.begin(), query_.order.end(),
-                                      [](const QueryField& field) { return field.kind == QueryFieldKind::key; });
+        const auto key = std::find_if(query_.order.begin(), query_.order.end(), [](const QueryField& field) {
+            return field.kind == QueryFieldKind::key;
+        });
         const auto fields = static_cast<std::size_t>(key - query_.order.begin());
         if (fields == 0) return;
         std::vector<std::string> texts;
@@ -308,7 +309,8 @@ private:
 
 } // namespace
 
-DynArray run_query(Store& store, const Query& query, const std::vector<QueryField>& wanted, QueryCounts* counts) {
+DynArray run_query(Store& store, const Query& query, const std::vector<QueryField>& wanted,
+                   QueryCounts* counts) {
     QueryCounts unasked;
     return Run(store, query, wanted, counts == nullptr ? unasked : *counts).result();
 }

@@ -19,6 +19,7 @@ namespace {
 
 constexpr double UNITS_PER_POINT = 20.0;
 constexpr double UNITS_PER_INCH = 1440.0;
+constexpr double PRINT_MARGIN_MM = 5.0;
 constexpr double UNITS_PER_PEN_DOT = 1440.0 / 300.0;
 
 // A fixed-pitch face whose character is three fifths of its size wide, as the page is laid out for; one that
@@ -58,7 +59,10 @@ void paint_page(QPainter& painter, const std::vector<PageMark>& marks) {
 
 void print_document(RecordedDocument& document, QPrinter& printer) {
     printer.setPageOrientation(document.landscape() ? QPageLayout::Landscape : QPageLayout::Portrait);
-    printer.setFullPage(true);
+    // The page is laid out from the corner of what the printer can reach, and leaves room on the right.
+    printer.setFullPage(false);
+    printer.setPageMargins(QMarginsF(PRINT_MARGIN_MM, PRINT_MARGIN_MM, PRINT_MARGIN_MM, PRINT_MARGIN_MM),
+                           QPageLayout::Millimeter);
     const long last = printer.toPage() > 0 ? std::min<long>(printer.toPage(), document.page_count())
                                            : document.page_count();
     const long first = std::max(1, printer.fromPage());

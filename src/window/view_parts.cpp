@@ -28,10 +28,10 @@ bool ViewWidget::RowsModel::take(const std::vector<std::string>& rows) {
 
 void ViewWidget::RowsList::startDrag(Qt::DropActions) {
     auto* drag = new QDrag(this); // the platform deletes it when the drag has ended
-    auto* data = new QMimeData;
-    data->setData(QLatin1String(DRAG_FORMAT),
-                  QByteArray(field_.name().data(), static_cast<qsizetype>(field_.name().size())));
-    drag->setMimeData(data);
+    auto* carried = new QMimeData;
+    carried->setData(QLatin1String(DRAG_FORMAT),
+                     QByteArray(field_.name().data(), static_cast<qsizetype>(field_.name().size())));
+    drag->setMimeData(carried);
     drag->exec(Qt::CopyAction);
 }
 

@@ -17,6 +17,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QStyle>
 #include <QTimer>
 
@@ -115,6 +116,7 @@ void ViewWidget::make_part(Field& field, QWidget* parent) {
     case FieldKind::progress_bar: {
         auto* bar = new QProgressBar(parent);
         bar->setRange(0, BAR_STEPS);
+        bar->setTextVisible(false);
         bar->setAccessibleName(tr("Avancement"));
         part->widget = bar;
         break;
@@ -222,7 +224,7 @@ QString ViewWidget::spoken_name(const Field& field) const {
     for (const auto& other : view_.Controls()) {
         if (other->kind() != FieldKind::label || other->container() != field.container()) continue;
         const Place& place = other->spec().place;
-        const bool same_line = std::abs(place.top - own.top) < 2 * own.height / 3 && place.left < own.left;
+        const bool same_line = std::abs(place.top - own.top) < LINE_HEIGHT && place.left < own.left;
         const long distance = same_line ? own.left - place.left - 1'000'000L
                                         : std::labs(2L * (place.left - own.left) + place.width - own.width);
         if (nearest == nullptr || distance < least) {
@@ -386,6 +388,9 @@ void ViewWidget::refresh_focus() {
         !lost && holder != nullptr && holder->window() == window() && !holds_keyboard(*this);
     if (elsewhere || widget->hasFocus()) return;
     widget->setFocus(Qt::OtherFocusReason);
+    // In a window smaller than the view, what has the keyboard comes into sight.
+    for (QWidget* around = parentWidget(); around != nullptr; around = around->parentWidget())
+        if (auto* area = qobject_cast<QScrollArea*>(around)) area->ensureWidgetVisible(widget);
     if (auto* edit = qobject_cast<QLineEdit*>(widget)) edit->selectAll();
     if (auto* combo = qobject_cast<QComboBox*>(widget)) combo->lineEdit()->selectAll();
 }

@@ -68,7 +68,8 @@ inline std::vector<std::string> selected(Store& store, const Query& query) {
     std::vector<std::string> keys;
     for (std::size_t i = 1; i <= result.DCount(); ++i)
         keys.emplace_back(result(i));
-    if (!query.order.empty() && query.order.back().kind != QueryFieldKind::key && !keys.empty()) keys.pop_back();
+    if (!query.order.empty() && query.order.back().kind != QueryFieldKind::key && !keys.empty())
+        keys.pop_back();
     std::sort(keys.begin(), keys.end());
     return keys;
 }

@@ -1,0 +1,326 @@
+// The control in a window, driven as its user drives it: keys, clicks, wheel, drag and drop, boxes.
+#include "importers/made_up_base.h"
+#include "output/surfaces.h"
+#include "window/control_widget.h"
+#include "window/preview_window.h"
+#include "window/qt_text.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QDropEvent>
+#include <QLineEdit>
+#include <QListView>
+#include <QMenu>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+#include <sstream>
+
+namespace corvalissement {
+
+namespace {
+
+std::string bytes_of(const std::string& path) {
+    std::ifstream input(path, std::ios::binary);
+    std::ostringstream text;
+    text << input.rdbuf();
+    return text.str();
+}
+
+// A form with the control on a made-up base, and answers for the boxes that the test expects.
+class WindowTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        base_ = field_text(folder_.filePath(QStringLiteral("essai.base")));
+        make_up_base(*open_embedded_store(base_, OpenMode::create), {400, 12, 1, 40}, {});
+        form_.finished = [this] { ++finished_; };
+        form_.preview = [this](std::shared_ptr<RecordedDocument> document) {
+            document_ = std::move(document);
+        };
+        settings_.today = [] { return CivilDate{2024, 6, 30}; };
+        settings_.output_folder = folder_.path();
+        begin();
+    }
+
+    void begin() {
+        form_.open(settings_, base_);
+        form_.show();
+        QApplication::setActiveWindow(&form_);
+        QApplication::processEvents();
+    }
+
+    template <class Widget = QWidget>
+    Widget* widget(const char* name) {
+        auto* found = form_.findChild<Widget*>(QLatin1String(name));
+        EXPECT_NE(found, nullptr) << name;
+        return found;
+    }
+    std::string text(const char* name) { return form_.control()->field<TextField>(name).text(); }
+    void click(const char* name) {
+        QTest::mouseClick(widget(name), Qt::LeftButton);
+        QApplication::processEvents();
+    }
+    void type(const char* name, const char* keys) {
+        QTest::keyClicks(widget(name), QString::fromUtf8(keys));
+        QApplication::processEvents();
+    }
+
+    // Waits for a modal window while the event loop runs, and lets `answer` deal with it. Asked again until
+    // one is there, so that no clock decides.
+    void expect_window(std::function<void(QDialog&)> answer) {
+        QTimer::singleShot(0, &form_, [this, answer = std::move(answer)] {
+            auto* window = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+            if (window == nullptr)
+                expect_window(answer);
+            else
+                answer(*window);
+        });
+    }
+    void expect_message(std::string* told) {
+        expect_window([told](QDialog& window) {
+            *told = field_text(static_cast<QMessageBox&>(window).text());
+            window.accept();
+        });
+    }
+    void expect_printer(int index, QString path = {}) {
+        expect_window([index, path](QDialog& window) {
+            window.findChild<QComboBox*>(QStringLiteral("Imprimante"))->setCurrentIndex(index);
+            if (!path.isEmpty()) window.findChild<QLineEdit*>(QStringLiteral("Fichier"))->setText(path);
+            window.accept();
+        });
+    }
+
+    QTemporaryDir folder_;
+    std::string base_;
+    ControlSettings settings_;
+    ControlWidget form_;
+    int finished_ = 0;
+    std::shared_ptr<RecordedDocument> document_;
+};
+
+TEST_F(WindowTest, edition_ends_in_a_pdf_and_the_form_may_begin_again) {
+    const QString pdf = folder_.filePath(QStringLiteral("livre.pdf"));
+    expect_printer(1, pdf);
+    click("Cmd_Imprimer");
+    EXPECT_EQ(bytes_of(field_text(pdf)).substr(0, 5), "%PDF-");
+    EXPECT_EQ(finished_, 1);
+    EXPECT_EQ(form_.control(), nullptr);
+    EXPECT_TRUE(form_.skipped_steps().empty());
+
+    // The pages of the preview, printed once more, are the same document.
+    begin();
+    expect_printer(0);
+    click("Cmd_Imprimer");
+    ASSERT_NE(document_, nullptr);
+    const std::string again = field_text(folder_.filePath(QStringLiteral("encore.pdf")));
+    document_->replay(*make_pdf_surface(again));
+    EXPECT_EQ(bytes_of(again), bytes_of(field_text(pdf)));
+}
+
+TEST_F(WindowTest, preview_finds_texts_and_accounts_on_their_pages) {
+    expect_printer(0);
+    click("Cmd_Imprimer");
+    ASSERT_NE(document_, nullptr);
+    ASSERT_GT(document_->page_count(), 2);
+    const RecordedAccount last = document_->accounts().back();
+    const auto found = document_->find(last.number, std::nullopt);
+    ASSERT_TRUE(found);
+    EXPECT_LE(found->page, last.page);
+    // The totals stand on the last page; behind it the search begins again at the first.
+    const auto total = document_->find("total general", std::nullopt);
+    const auto around = document_->find("total general", total);
+    EXPECT_EQ(total.has_value(), around.has_value());
+    EXPECT_FALSE(document_->find("introuvable", std::nullopt));
+
+    auto* window = new PreviewWindow(document_);
+    window->show();
+    window->go_to_page(document_->page_count() + 1);
+    EXPECT_EQ(window->current_page(), 1);
+    EXPECT_TRUE(window->search(shown_text(last.label)));
+    EXPECT_FALSE(window->search(QStringLiteral("introuvable")));
+    window->close();
+}
+
+TEST_F(WindowTest, keys_at_the_caret_raise_the_rules_of_the_field) {
+    auto* code = widget<QLineEdit>("Txt_Entite");
+    auto* year = widget<QComboBox>("Cbo_Exer");
+    code->selectAll();
+    QTest::keyClick(code, Qt::Key_Backspace);
+    EXPECT_EQ(text("Txt_Entite"), "");
+    EXPECT_EQ(year->currentText(), QString()); // the control has emptied what hangs on the entity
+    QTest::keyClicks(code, QStringLiteral("19"));
+    code->setCursorPosition(1);
+    QTest::keyClick(code, Qt::Key_Backspace);
+    EXPECT_EQ(text("Txt_Entite"), "9");
+    QTest::keyClick(code, Qt::Key_Backspace); // nothing stands before the caret
+    EXPECT_EQ(text("Txt_Entite"), "9");
+    QTest::keyClick(code, Qt::Key_Delete);
+    QTest::keyClick(code, Qt::Key_1);
+    QTest::keyClick(code, Qt::Key_Return); // completes to 001 and opens the rest
+    QApplication::processEvents();
+    EXPECT_EQ(text("Txt_Entite"), "001");
+    EXPECT_EQ(year->currentText(), QStringLiteral("N"));
+    EXPECT_EQ(form_.control()->focus()->name(), "Cbo_Exer");
+    EXPECT_TRUE(year->hasFocus());
+}
+
+TEST_F(WindowTest, tab_follows_the_inventory_and_a_refused_date_is_told_once) {
+    auto* start = widget<QLineEdit>("Txt_DateDeb");
+    QTest::mouseClick(start, Qt::LeftButton);
+    QApplication::processEvents();
+    start->selectAll();
+    type("Txt_DateDeb", "310224");
+    std::string told;
+    expect_message(&told);
+    QTest::keyClick(start, Qt::Key_Tab);
+    QApplication::processEvents();
+    EXPECT_EQ(told, "La date saisie n'est pas valide.");
+    EXPECT_EQ(text("Txt_DateDeb"), "310224");
+    start->setFocus();
+    start->selectAll();
+    type("Txt_DateDeb", "0103");
+    QTest::keyClick(start, Qt::Key_Tab);
+    EXPECT_EQ(text("Txt_DateDeb"), "01/03/2024");
+    EXPECT_EQ(form_.control()->focus()->name(), "Txt_DateFin");
+    QTest::keyClick(widget("Txt_DateFin"), Qt::Key_Backtab);
+    EXPECT_EQ(form_.control()->focus()->name(), "Txt_DateDeb");
+    EXPECT_EQ(form_.focusWidget(), start);
+}
+
+TEST_F(WindowTest, range_is_added_shown_and_removed) {
+    click("Cmd_Ajouter");
+    EXPECT_FALSE(widget("Cmd_Imprimer")->isEnabled());
+    type("Txt_CpteDe", "1");
+    QTest::keyClick(widget("Txt_CpteDe"), Qt::Key_Return);
+    type("Txt_CpteA", "1"); // one account begins so, and Enter takes it
+    QTest::keyClick(widget("Txt_CpteA"), Qt::Key_Return);
+    click("Cmd_OK");
+    EXPECT_TRUE(widget("Cmd_Imprimer")->isEnabled());
+    auto* list = widget<QListView>("Lst_De");
+    ASSERT_EQ(list->model()->rowCount(), 1);
+    QTest::mouseDClick(list->viewport(), Qt::LeftButton, {},
+                       list->visualRect(list->model()->index(0, 0)).center());
+    QApplication::processEvents();
+    EXPECT_EQ(text("Txt_CpteDe"), "1010000000");
+    EXPECT_EQ(text("Txt_CpteA"), "1010000000"); // the other list follows
+    expect_window([](QDialog& window) {
+        for (QAbstractButton* button : static_cast<QMessageBox&>(window).buttons())
+            if (button->text() == QLatin1String("&Oui")) button->click();
+    });
+    click("Cmd_Supprimer");
+    EXPECT_EQ(list->model()->rowCount(), 0);
+}
+
+TEST_F(WindowTest, wheel_on_the_combo_with_the_keyboard_picks_and_elsewhere_does_not) {
+    auto* combo = widget<QComboBox>("Cbo_EditCpte");
+    const auto turn = [&](QWidget* over) {
+        QWheelEvent wheel(QPointF(3, 3), QPointF(3, 3), {}, {0, -120}, Qt::NoButton, Qt::NoModifier,
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(over, &wheel);
+    };
+    turn(combo);
+    EXPECT_EQ(combo->currentIndex(), 0);
+    QTest::mouseClick(combo->lineEdit(), Qt::LeftButton);
+    QApplication::processEvents();
+    turn(combo);
+    EXPECT_EQ(form_.control()->field<ComboField>("Cbo_EditCpte").list_index(), 1);
+    EXPECT_EQ(combo->currentText(), QStringLiteral("Fournisseurs"));
+}
+
+TEST_F(WindowTest, right_click_shows_the_help_menu_on_the_three_surfaces_only) {
+    const auto menus = [&] {
+        int shown = 0;
+        for (QMenu* menu : form_.findChildren<QMenu*>()) {
+            shown += menu->isVisible() ? 1 : 0;
+            delete menu;
+        }
+        return shown;
+    };
+    for (const auto& [name, expected] : {std::pair("Ctr_Corvalissement", 1),
+                                         {"Cdr_Option", 1},
+                                         {"Cdr_Select", 1},
+                                         {"Cdr_EditionForme", 0},
+                                         {"Txt_DateDeb", 0},
+                                         {"Etq_De", 0},
+                                         {"Txt_CpteDe", 0}}) {
+        QTest::mouseClick(widget(name), Qt::RightButton, {}, QPoint(2, 2));
+        EXPECT_EQ(menus(), expected) << name;
+    }
+}
+
+TEST_F(WindowTest, no_caption_is_cut_and_every_field_has_a_name_for_the_ear) {
+    for (const int points : {8, 11, 18}) {
+        QFont font = form_.font();
+        font.setPointSize(points);
+        form_.setFont(font);
+        QApplication::processEvents();
+        for (const auto& field : form_.control()->Controls()) {
+            QWidget* shown = form_.view()->widget_of(*field);
+            if (shown == nullptr) continue;
+            const QFontMetrics metrics(shown->font());
+            EXPECT_GE(shown->width() + 1, metrics.horizontalAdvance(shown_text(field->caption())))
+                << field->name() << " " << points;
+            const bool button =
+                qobject_cast<QAbstractButton*>(shown) != nullptr || field->kind() == FieldKind::label;
+            EXPECT_TRUE(button || !shown->accessibleName().isEmpty()) << field->name();
+        }
+    }
+    EXPECT_EQ(widget("Lst_A")->accessibleName(), QStringLiteral("Sélection à"));
+    EXPECT_EQ(widget("Txt_DateFin")->accessibleName(), QStringLiteral("Date fin"));
+}
+
+TEST_F(WindowTest, dialog_refuses_to_close_takes_dragged_rows_and_gives_up) {
+    click("Cac_PriseCpteBrouillard");
+    expect_window([](QDialog& window) {
+        auto* upper = window.findChild<QListView*>(QStringLiteral("Lst_SequencePos"));
+        auto* lower = window.findChild<QListView*>(QStringLiteral("Lst_SequenceSel"));
+        window.close();
+        EXPECT_TRUE(window.isVisible());
+        ASSERT_GT(upper->model()->rowCount(), 1);
+        upper->setFocus();
+        const auto at = [&](int row) { return upper->visualRect(upper->model()->index(row, 0)).center(); };
+        QTest::mouseClick(upper->viewport(), Qt::LeftButton, {}, at(0));
+        QTest::mouseClick(upper->viewport(), Qt::LeftButton, Qt::ShiftModifier, at(1));
+        QMimeData rows;
+        rows.setData(QStringLiteral("application/x-corvalissement-lignes"), "Lst_SequencePos");
+        QDragEnterEvent enter(QPoint(2, 2), Qt::CopyAction, &rows, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(lower->viewport(), &enter);
+        QDropEvent drop(QPointF(2, 2), Qt::CopyAction, &rows, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(lower->viewport(), &drop);
+        EXPECT_EQ(lower->model()->rowCount(), 2);
+        EXPECT_TRUE(window.findChild<QPushButton*>(QStringLiteral("Cmd_Affecter"))->isEnabled());
+        QTest::mouseClick(window.findChild<QPushButton*>(QStringLiteral("Cmd_Sortir")), Qt::LeftButton);
+    });
+    click("Cmd_Imprimer");
+    EXPECT_EQ(finished_, 0);
+    EXPECT_TRUE(form_.may_close());
+    EXPECT_TRUE(widget("Cmd_Imprimer")->isEnabled());
+}
+
+TEST_F(WindowTest, level_of_consultation_hides_what_it_may_not_do) {
+    settings_.level = 1;
+    begin();
+    EXPECT_FALSE(widget("Cmd_Imprimer")->isVisible());
+    EXPECT_TRUE(widget("Cmd_Sortir")->isVisible());
+    click("Cmd_Sortir");
+    EXPECT_EQ(finished_, 1);
+}
+
+} // namespace
+
+} // namespace corvalissement
+
+int main(int argc, char** argv) {
+    ::testing::InitGoogleTest(&argc, argv);
+    qputenv("QT_QPA_PLATFORM", "offscreen"); // the same empty screen on every machine
+    const QApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}
