@@ -1,5 +1,6 @@
 #include "server/command_output.h"
 
+#include "output/forwarding_surface.h"
 #include "output/output_file.h"
 #include "platform/failures.h"
 #include "platform/text.h"
@@ -26,48 +27,24 @@ namespace fs = std::filesystem;
 constexpr std::string_view GRAPHIC_FOLDER = "LIENCOMPTA";
 constexpr double COLUMN_UNITS = 120.0; // a character of the text grid
 
-class MatrixSurface final : public PrintSurface {
+class MatrixSurface final : public ForwardingSurface {
 public:
-    explicit MatrixSurface(std::unique_ptr<PrintSurface> inner) : inner_(std::move(inner)) {}
+    using ForwardingSurface::ForwardingSurface;
 
     void Print(std::string_view text, LineEnd line_end) override {
-        const double x = inner_->CurrentX();
+        const double x = CurrentX();
         const long column = std::lround(x / COLUMN_UNITS);
         const long room = std::max(0L, static_cast<long>(MATRIX_COLUMNS) - std::max(0L, column));
-        inner_->Print(chars(text, 1, static_cast<std::size_t>(room)), line_end);
+        inner().Print(chars(text, 1, static_cast<std::size_t>(room)), line_end);
         if (line_end == LineEnd::keep)
-            inner_->set_CurrentX(x + static_cast<double>(char_count(text)) * CHAR_UNITS_PER_POINT * points_);
+            set_CurrentX(x + static_cast<double>(char_count(text)) * CHAR_UNITS_PER_POINT * points_);
     }
     void set_FontSize(double points) override {
-        inner_->set_FontSize(points);
+        ForwardingSurface::set_FontSize(points);
         points_ = points;
     }
 
-    [[nodiscard]] std::string DeviceName() const override { return inner_->DeviceName(); }
-    [[nodiscard]] std::string Port() const override { return inner_->Port(); }
-    void set_Orientation(int orientation) override { inner_->set_Orientation(orientation); }
-    void set_Copies(int copies) override { inner_->set_Copies(copies); }
-    void set_FontName(std::string_view name) override { inner_->set_FontName(name); }
-    void set_FontBold(bool bold) override { inner_->set_FontBold(bold); }
-    void set_FontUnderline(bool underline) override { inner_->set_FontUnderline(underline); }
-    void set_DrawWidth(int width) override { inner_->set_DrawWidth(width); }
-    void set_CurrentX(double x) override { inner_->set_CurrentX(x); }
-    void set_CurrentY(double y) override { inner_->set_CurrentY(y); }
-    [[nodiscard]] double CurrentX() const override { return inner_->CurrentX(); }
-    [[nodiscard]] double CurrentY() const override { return inner_->CurrentY(); }
-    void Line(double x1, double y1, double x2, double y2) override { inner_->Line(x1, y1, x2, y2); }
-    void NewPage() override { inner_->NewPage(); }
-    void EndDoc() override { inner_->EndDoc(); }
-    [[nodiscard]] long page_count() const override { return inner_->page_count(); }
-    void describe(std::string_view title, std::string_view author) override {
-        inner_->describe(title, author);
-    }
-    void mark_account(std::string_view number, std::string_view label) override {
-        inner_->mark_account(number, label);
-    }
-
 private:
-    std::unique_ptr<PrintSurface> inner_;
     double points_ = 10.0; // of a surface that has just been made
 };
 

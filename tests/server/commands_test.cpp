@@ -262,11 +262,11 @@ TEST_F(CommandsTest, the_list_is_the_text_that_the_control_prints) {
     }
     EXPECT_EQ(failures_.texts, std::vector<std::string>());
     // A name longer than the paper is cut.
-    put(files::ASSOCIATION, "001", {std::string(300, 'X')});
+    put(files::ASSOCIATION, "001", {std::string(300, 'W')});
     ASSERT_EQ(run(edition_command_line(selection, "JEAN")), 0);
     const std::string cut = bytes_of(folder_ / "liste.txt");
-    EXPECT_NE(cut.find("XXX"), std::string::npos);
-    EXPECT_EQ(cut.find(std::string(133, 'X')), std::string::npos);
+    EXPECT_NE(cut.find("WWWW"), std::string::npos);
+    EXPECT_EQ(cut.find(std::string(133, 'W')), std::string::npos);
 }
 
 TEST_F(CommandsTest, an_edition_that_cannot_be_made_fails_and_leaves_nothing) {

@@ -166,6 +166,25 @@ TEST_P(StoreTest, a_write_inside_a_reading_is_seen_and_stays) {
     EXPECT_EQ(record, "2");
 }
 
+TEST_P(StoreTest, a_reading_that_ends_beside_an_open_transaction_takes_nothing_away) {
+    const auto reader = base_.open();
+    const auto writer = base_.open();
+    const FileId file = writer->file("TEMPO");
+    for (const bool kept : {false, true}) {
+        writer->write(file, "A", "0");
+        reader->begin_reading();
+        writer->write(file, "A", "1");
+        writer->write(file, "B", "1");
+        Transaction whole(*writer);
+        writer->write(file, "A", "2");
+        EXPECT_TRUE(writer->erase(file, "B"));
+        reader->end_reading();
+        EXPECT_EQ(records_of(*reader, "TEMPO"), (Records{{"A", "1"}, {"B", "1"}}));
+        if (kept) whole.commit();
+    }
+    EXPECT_EQ(records_of(*reader, "TEMPO"), (Records{{"A", "2"}}));
+}
+
 TEST_P(StoreTest, a_visit_may_read_and_walk_the_same_file) {
     const auto store = base_.open();
     const FileId file = store->file("BALANCEGENE");
