@@ -133,13 +133,15 @@ void AccountSearch::take_account(std::size_t i) {
 }
 
 void AccountSearch::search_by_number() {
-    const YearFile year = year_file(fields_.year.text());
-    std::string query = key_condition(year, fields_.entity.text(), fields_.number.text());
-    if (year.next_year) query += " PAR 0";
     {
         BusyBracket busy(view_);
         found_ = DynArray();
-        skip(view_.host().skipped_failures(), search_name_, [&] { select(query); });
+        skip(view_.host().skipped_failures(), search_name_, [&] {
+            const YearFile year = year_file(fields_.year.text());
+            std::string query = key_condition(year, fields_.entity.text(), fields_.number.text());
+            if (year.next_year) query += " PAR 0";
+            select(query);
+        });
         busy.end_now();
     }
     if (found_.text().empty()) {
