@@ -40,17 +40,6 @@ HostSettings host_settings(const std::string& today, const std::string& user, co
     return settings;
 }
 
-// The printers that the server of the base knows, each under its name.
-std::vector<PrinterEntry> printers_of_base(Store& store) {
-    std::vector<PrinterEntry> printers;
-    store.scan(store.file(files::IMPRIMANTES), "", [&](std::string_view key, std::string_view record) {
-        const DynArray attributes{std::string(record)};
-        printers.push_back({std::string(key), std::string(key), std::string(attributes(1))});
-        return true;
-    });
-    return printers;
-}
-
 std::vector<PrinterEntry> printers_of_file(const std::string& path) {
     std::ifstream input(path, std::ios::binary);
     if (!input) throw UsageError("--imprimantes : le fichier « " + path + " » ne peut être lu");

@@ -1,5 +1,6 @@
 #include "host/headless_host.h"
 
+#include "host/fixed_rights.h"
 #include "output/surfaces.h"
 
 #include <array>
@@ -9,30 +10,6 @@
 #include <unistd.h>
 
 namespace corvalissement {
-
-namespace {
-
-class FixedRight final : public UserRight {
-public:
-    explicit FixedRight(std::int32_t level) : level_(level) {}
-    [[nodiscard]] std::int32_t Niveau() const override { return level_; }
-
-private:
-    std::int32_t level_;
-};
-
-class FixedRights final : public UserRights {
-public:
-    explicit FixedRights(std::int32_t level) : level_(level) {}
-    [[nodiscard]] std::shared_ptr<UserRight> DroitSur(std::string_view) override {
-        return std::make_shared<FixedRight>(level_);
-    }
-
-private:
-    std::int32_t level_;
-};
-
-} // namespace
 
 std::string system_user_name() {
     if (const passwd* entry = ::getpwuid(::getuid()); entry != nullptr && entry->pw_name != nullptr)

@@ -1,5 +1,7 @@
 #include "host/printers.h"
 
+#include "data/dyn_array.h"
+#include "data/keys.h"
 #include "output/forwarding_surface.h"
 #include "output/print_queue.h"
 #include "output/surfaces.h"
@@ -94,6 +96,16 @@ std::vector<PrinterEntry> read_printers(std::istream& input, const std::string& 
                               name + ", ligne " + std::to_string(number) + " : " + failure.text(), name);
         }
     }
+    return printers;
+}
+
+std::vector<PrinterEntry> printers_of_base(Store& store) {
+    std::vector<PrinterEntry> printers;
+    store.scan(store.file(files::IMPRIMANTES), "", [&](std::string_view key, std::string_view record) {
+        const DynArray attributes{std::string(record)};
+        printers.push_back({std::string(key), std::string(key), std::string(attributes(1))});
+        return true;
+    });
     return printers;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/print_surface.h"
+#include "server/store.h"
 
 #include <filesystem>
 #include <functional>
@@ -23,6 +24,9 @@ struct PrinterEntry {
 // Reads a list: one JSON object a line with "nom", "port" and "sortie", each a text; the last two may be
 // missing. Throws StepFailure (ERR_PROPERTY) that names the list, the line and the reason.
 [[nodiscard]] std::vector<PrinterEntry> read_printers(std::istream& input, const std::string& name);
+
+// The printers that the server of the base knows, each under its name.
+[[nodiscard]] std::vector<PrinterEntry> printers_of_base(Store& store);
 
 // The surface of a printer; a relative output file lies in `folder`. Throws StepFailure (ERR_OUTPUT).
 [[nodiscard]] std::unique_ptr<PrintSurface> open_printer(const PrinterEntry& printer,

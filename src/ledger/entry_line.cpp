@@ -130,16 +130,17 @@ void EntryLine::remember(const TarvexRecord& entry, std::string_view entry_key) 
 
 void EntryLine::date_column(std::string& line, const TarvexRecord& entry, std::string_view entry_key) {
     const std::string_view date = entry(entry::DATE);
-    if (date != last_date_ || last_date_text_.empty()) {
-        last_date_text_.assign(SHORT_DATE_WIDTH, ' ');
-        last_date_.assign(date);
-        steps_.run(entry_key, [&] {
-            const std::string full = date_text(date);
-            if (!full.empty())
-                last_date_text_ = full.substr(0, 6) + full.substr(8, 2); // dd/mm/yyyy to DD/MM/YY
-        });
+    if (date == last_date_ && !last_date_text_.empty()) {
+        line += last_date_text_;
+        return;
     }
-    line += last_date_text_;
+    last_date_.assign(date);
+    last_date_text_.clear(); // and stays so when the date is none: the next entry is told of it too
+    steps_.run(entry_key, [&] {
+        const std::string full = date_text(date);
+        if (!full.empty()) last_date_text_ = full.substr(0, 6) + full.substr(8, 2); // dd/mm/yyyy to DD/MM/YY
+    });
+    append_fit(line, last_date_text_, SHORT_DATE_WIDTH);
 }
 
 void EntryLine::due_date_column(std::string& line, const TarvexRecord& entry, std::string_view entry_key) {

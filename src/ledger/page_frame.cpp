@@ -91,8 +91,12 @@ void print_total_compte(Edition& edition) {
     keep(edition, blanks(21));
     edition.surface.set_FontBold(true);
     keep(edition, "TOTAL COMPTE");
-    keep(edition, blanks(30));
-    keep(edition, state.W_CptQuantite != 0 ? amount_text(state.W_CptQuantite) : blanks(11));
+    if (state.W_CptQuantite != 0) {
+        keep(edition, blanks(30));
+        keep(edition, amount_text(state.W_CptQuantite));
+    } else {
+        keep(edition, blanks(41));
+    }
     keep(edition, blanks(12));
     keep(edition, amount_text(state.W_CptDebit));
     keep(edition, blanks(6));

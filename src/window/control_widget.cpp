@@ -1,6 +1,6 @@
 #include "window/control_widget.h"
 
-#include "data/keys.h"
+#include "host/fixed_rights.h"
 #include "server/commands.h"
 #include "server/session.h"
 #include "window/preview_window.h"
@@ -13,38 +13,10 @@
 
 namespace corvalissement {
 
-namespace {
-
-struct LevelRight final : UserRight {
-    explicit LevelRight(std::int32_t level) : level_(level) {}
-    [[nodiscard]] std::int32_t Niveau() const override { return level_; }
-    std::int32_t level_;
-};
-
-struct LevelRights final : UserRights {
-    explicit LevelRights(std::int32_t level) : level_(level) {}
-    [[nodiscard]] std::shared_ptr<UserRight> DroitSur(std::string_view) override {
-        return std::make_shared<LevelRight>(level_);
-    }
-    std::int32_t level_;
-};
-
-std::vector<PrinterEntry> printers_of_base(Store& store) {
-    std::vector<PrinterEntry> printers;
-    store.scan(store.file(files::IMPRIMANTES), "", [&](std::string_view key, std::string_view record) {
-        const DynArray attributes{std::string(record)};
-        printers.push_back({std::string(key), std::string(key), std::string(attributes(1))});
-        return true;
-    });
-    return printers;
-}
-
-} // namespace
-
 ControlWidget::ControlWidget(QWidget* parent) : QWidget(parent) {
     area_ = new QScrollArea;
     area_->setFrameShape(QFrame::NoFrame);
-    area_->setAlignment(Qt::AlignCenter);
+    area_->setWidgetResizable(true);
     area_->setFocusPolicy(Qt::NoFocus);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -92,14 +64,14 @@ void ControlWidget::open(const ControlSettings& settings, std::shared_ptr<Tarvex
 
 void ControlWidget::start(const ControlSettings& settings, std::shared_ptr<TarvexSession> session) {
     control_ = std::make_unique<Ctr_Corvalissement>(*host_);
-    view_ = new ViewWidget(*control_);
+    view_ = new ViewWidget(*control_, settings.taken_keys);
     view_->report = [host = host_.get()](const std::exception& failure) { host->report(failure); };
     host_->set_main(view_);
     area_->setWidget(view_);
     updateGeometry();
     try {
         control_->set_DroitsUtilisateur(settings.rights ? settings.rights
-                                                        : std::make_shared<LevelRights>(settings.level));
+                                                        : std::make_shared<FixedRights>(settings.level));
         control_->set_TheClient(std::make_shared<TarvexClient>());
         control_->set_TheDatabase(std::move(session));
         control_->Init();
@@ -139,6 +111,6 @@ const std::vector<SkippedStep>& ControlWidget::skipped_steps() const noexcept {
     return host_ ? host_->skipped_steps() : NONE;
 }
 
-QSize ControlWidget::sizeHint() const { return view_ != nullptr ? view_->size() : QWidget::sizeHint(); }
+QSize ControlWidget::sizeHint() const { return view_ != nullptr ? view_->sizeHint() : QWidget::sizeHint(); }
 
 } // namespace corvalissement
