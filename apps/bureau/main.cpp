@@ -1,6 +1,6 @@
 // corvalissement-bureau: the control in a window.
 //
-//     corvalissement-bureau [BASE]
+//     corvalissement-bureau [--base BASE | BASE]
 #include "main_window.h"
 
 #include <QApplication>
@@ -28,11 +28,14 @@ int main(int argc, char** argv) {
     parser.addPositionalArgument(QStringLiteral("BASE"),
                                  QStringLiteral("Base à ouvrir ; sans elle, la dernière ouverte"),
                                  QStringLiteral("[BASE]"));
+    const QCommandLineOption base(QStringLiteral("base"), QStringLiteral("La même chose, par une option"),
+                                  QStringLiteral("BASE"));
+    parser.addOption(base);
     parser.process(application);
 
     corvalissement::MainWindow window;
     window.show();
-    const QString asked = parser.positionalArguments().value(0);
+    const QString asked = parser.isSet(base) ? parser.value(base) : parser.positionalArguments().value(0);
     const QString last = QSettings().value(QStringLiteral("base")).toString();
     if (!asked.isEmpty())
         window.open_base(asked);

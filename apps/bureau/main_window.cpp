@@ -29,6 +29,7 @@ namespace {
 
 constexpr std::int32_t LEVEL_READING = 1; // any level but that of the edition
 constexpr int PROGRESS_STEPS = 1000;
+constexpr const char* MENU_LETTERS = "FEUA"; // Fichier, Edition, Utilisateur, Aide
 
 const QString KEY_BASE = QStringLiteral("base");
 const QString KEY_LEVEL = QStringLiteral("niveau");
@@ -154,6 +155,7 @@ void MainWindow::begin_edition() {
     ControlSettings settings;
     settings.level = level_;
     settings.output_folder = QFileInfo(base_).absolutePath();
+    settings.taken_keys = QLatin1String(MENU_LETTERS);
     pages_->setCurrentWidget(control_);
     show_state();
     try {
@@ -173,10 +175,11 @@ void MainWindow::edition_finished() {
     for (const SkippedStep& step : steps)
         details += shown_text(step.routine) + QStringLiteral(" : ") + shown_text(step.failure.text()) +
                    QLatin1Char(' ') + shown_text(step.failure.record()) + QLatin1Char('\n');
-    QMessageBox box(
-        QMessageBox::Warning, windowTitle(),
-        tr("L'édition a passé outre %1 étapes qui n'ont pas pu être menées à bien.").arg(steps.size()),
-        QMessageBox::Ok, this);
+    QMessageBox box(QMessageBox::Warning, windowTitle(),
+                    steps.size() == 1
+                        ? tr("Une étape de l'édition n'a pas pu être menée à bien.")
+                        : tr("%1 étapes de l'édition n'ont pas pu être menées à bien.").arg(steps.size()),
+                    QMessageBox::Ok, this);
     box.setInformativeText(details.section(QLatin1Char('\n'), 0, 4));
     if (steps.size() > 5) box.setDetailedText(details);
     box.exec();

@@ -28,6 +28,9 @@ struct ControlSettings {
     std::function<CivilDate()> today;
     // Where a PDF is proposed; empty for the user's documents.
     QString output_folder;
+    // Letters that the form needs as access keys of its own, as for its menus ("FE" for Fichier, Edition):
+    // no caption of the control gets one of them.
+    QString taken_keys;
 };
 
 class ControlWidget final : public QWidget {

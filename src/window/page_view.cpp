@@ -93,7 +93,7 @@ PageView::PageView(std::shared_ptr<RecordedDocument> document, QWidget* parent)
     set_zoom(zoom_);
 }
 
-void PageView::show_page(long page, std::optional<std::size_t> found) {
+void PageView::show_page(long page, const std::optional<FoundText>& found) {
     marks_ = document_->page(page);
     page_ = page;
     found_ = found;
@@ -108,10 +108,8 @@ void PageView::set_zoom(double zoom) {
 }
 
 QRect PageView::found_place() const {
-    if (!found_ || *found_ >= marks_.size()) return {};
-    const PageMark& mark = marks_[*found_];
-    const double width = static_cast<double>(char_count(mark.text)) * CHAR_UNITS_PER_POINT * mark.points;
-    return QRectF(mark.x * zoom_, mark.y * zoom_, width * zoom_, LINE_UNITS_PER_POINT * mark.points * zoom_)
+    if (!found_) return {};
+    return QRectF(found_->x * zoom_, found_->y * zoom_, found_->width * zoom_, found_->height * zoom_)
         .toAlignedRect();
 }
 

@@ -24,14 +24,14 @@ public:
     explicit PageView(std::shared_ptr<RecordedDocument> document, QWidget* parent = nullptr);
 
     [[nodiscard]] long page() const noexcept { return page_; }
-    // REQUIRES a page of the document, from 0. `found` is a mark to be shown as the one searched for.
-    void show_page(long page, std::optional<std::size_t> found = std::nullopt);
+    // REQUIRES a page of the document, from 0. `found` is a text on it to be shown as the one searched for.
+    void show_page(long page, const std::optional<FoundText>& found = std::nullopt);
 
     // Pixels a unit. 96 / 1440 is the size of the paper on an ordinary screen.
     [[nodiscard]] double zoom() const noexcept { return zoom_; }
     void set_zoom(double zoom);
 
-    // Where the mark last searched for stands, in pixels; an empty rectangle for none.
+    // Where the text last searched for stands, in pixels; an empty rectangle for none.
     [[nodiscard]] QRect found_place() const;
 
 protected:
@@ -40,7 +40,7 @@ protected:
 private:
     std::shared_ptr<RecordedDocument> document_;
     std::vector<PageMark> marks_;
-    std::optional<std::size_t> found_;
+    std::optional<FoundText> found_;
     long page_ = 0;
     double zoom_ = 96.0 / 1440.0;
 };

@@ -6,6 +6,7 @@
 
 #include <QAbstractListModel>
 #include <QAction>
+#include <QApplication>
 #include <QCache>
 #include <QComboBox>
 #include <QDir>
@@ -54,6 +55,14 @@ public:
 
 private:
     std::shared_ptr<RecordedDocument> document_;
+};
+
+class WaitCursor {
+public:
+    WaitCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
+    ~WaitCursor() { QApplication::restoreOverrideCursor(); }
+    WaitCursor(const WaitCursor&) = delete;
+    WaitCursor& operator=(const WaitCursor&) = delete;
 };
 
 } // namespace
@@ -238,7 +247,7 @@ void PreviewWindow::go_to_page(long number) {
     attempt([&] { show_place(number - 1, std::nullopt, 0.0); });
 }
 
-void PreviewWindow::show_place(long page, std::optional<std::size_t> found, double y) {
+void PreviewWindow::show_place(long page, const std::optional<FoundText>& found, double y) {
     page_->show_page(page, found);
     const QSignalBlocker quiet(number_);
     number_->setValue(static_cast<int>(page + 1));
@@ -261,13 +270,14 @@ bool PreviewWindow::search(const QString& text) {
     if (text.isEmpty()) return false;
     if (text != searched_) found_.reset();
     searched_ = text;
+    const WaitCursor waiting; // thousands of pages take their seconds
     found_ = document_->find(field_text(text), found_);
     if (!found_) {
         statusBar()->showMessage(tr("« %1 » n'est sur aucune page.").arg(text));
         return false;
     }
     statusBar()->showMessage(tr("« %1 » : page %2.").arg(text).arg(found_->page + 1));
-    show_place(found_->page, found_->mark, 0.0);
+    show_place(found_->page, found_, 0.0);
     return true;
 }
 

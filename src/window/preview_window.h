@@ -41,7 +41,7 @@ private:
 
     void make_actions();
     void make_side();
-    void show_place(long page, std::optional<std::size_t> found, double y);
+    void show_place(long page, const std::optional<FoundText>& found, double y);
     void jump_to_account(std::size_t account);
     void zoom_by(double factor);
     void apply_zoom();
@@ -57,7 +57,7 @@ private:
     QComboBox* zoom_ = nullptr;
     QLineEdit* text_ = nullptr;
     QListView* thumbnails_ = nullptr;
-    std::optional<RecordedDocument::Place> found_;
+    std::optional<FoundText> found_;
     QString searched_;
 };
 

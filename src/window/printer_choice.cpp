@@ -4,11 +4,14 @@
 
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QDir>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPrinterInfo>
 #include <QPushButton>
 #include <QSpinBox>
@@ -89,6 +92,23 @@ int PrinterChoiceDialog::index() const { return printer_->currentIndex(); }
 int PrinterChoiceDialog::copies() const { return copies_->value(); }
 QString PrinterChoiceDialog::pdf_path() const { return path_->text().trimmed(); }
 
+void PrinterChoiceDialog::accept() {
+    const bool replaces = path_->isEnabled() && pdf_path() != agreed_ && QFileInfo::exists(pdf_path());
+    if (replaces && !may_replace()) return;
+    QDialog::accept();
+}
+
+bool PrinterChoiceDialog::may_replace() {
+    QMessageBox box(
+        QMessageBox::Question, windowTitle(),
+        tr("« %1 » existe déjà. Faut-il le remplacer ?").arg(QDir::toNativeSeparators(pdf_path())),
+        QMessageBox::NoButton, this);
+    const QAbstractButton* replace = box.addButton(tr("&Remplacer"), QMessageBox::AcceptRole);
+    box.addButton(tr("&Annuler"), QMessageBox::RejectRole);
+    box.exec();
+    return box.clickedButton() == replace;
+}
+
 void PrinterChoiceDialog::follow_choice() {
     const auto kind = printers_[static_cast<std::size_t>(index())].kind;
     const bool file = kind == OfferedPrinter::Kind::pdf;
@@ -105,6 +125,7 @@ void PrinterChoiceDialog::ask_path() {
                                                 tr("Documents PDF (*.pdf)"));
     if (path.isEmpty()) return;
     if (!path.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive)) path += QLatin1String(".pdf");
+    agreed_ = path; // the file dialog has asked already
     path_->setText(path);
 }
 

@@ -34,9 +34,13 @@ public:
     [[nodiscard]] int copies() const;
     [[nodiscard]] QString pdf_path() const;
 
+    // Asks first when a file of that name is there.
+    void accept() override;
+
 private:
     void follow_choice();
     void ask_path();
+    [[nodiscard]] bool may_replace();
 
     const std::vector<OfferedPrinter>& printers_;
     QComboBox* printer_ = nullptr;
@@ -44,6 +48,7 @@ private:
     QLineEdit* path_ = nullptr;
     QPushButton* browse_ = nullptr;
     QPushButton* accept_ = nullptr;
+    QString agreed_; // a file that the user has agreed to replace
 };
 
 } // namespace corvalissement

@@ -6,6 +6,7 @@
 
 #include <QByteArray>
 
+#include <cmath>
 #include <cstring>
 #include <filesystem>
 
@@ -79,6 +80,55 @@ private:
     std::size_t at_ = 0;
 };
 
+// What reads as one line: texts printed one behind the other in one size.
+struct PrintedLine {
+    double x = 0.0;
+    double y = 0.0;
+    double points = 0.0;
+    std::string text;
+};
+
+double width_of(const std::string& text, double points) {
+    return static_cast<double>(char_count(text)) * CHAR_UNITS_PER_POINT * points;
+}
+
+std::vector<PrintedLine> lines_of(const std::vector<PageMark>& marks) {
+    std::vector<PrintedLine> lines;
+    for (const PageMark& mark : marks) {
+        if (mark.kind != PageMark::Kind::text) continue;
+        const bool goes_on =
+            !lines.empty() && lines.back().y == mark.y && lines.back().points == mark.points &&
+            std::abs(lines.back().x + width_of(lines.back().text, mark.points) - mark.x) < 1.0;
+        if (!goes_on) lines.push_back({mark.x, mark.y, mark.points, {}});
+        lines.back().text += mark.text;
+    }
+    return lines;
+}
+
+// The first place from character `from` on. Character by character, for folding may drop some of them.
+std::optional<FoundText> find_in(const PrintedLine& line, const std::string& folded, std::size_t from) {
+    std::string searched;
+    std::vector<std::size_t> character_at; // of each byte of what is searched
+    std::size_t character = 0;
+    for (std::size_t byte = 0; byte < line.text.size(); ++character) {
+        const std::size_t begin = byte;
+        static_cast<void>(next_char(line.text, byte));
+        if (character >= from) searched += fold(std::string_view(line.text).substr(begin, byte - begin));
+        character_at.resize(searched.size(), character);
+    }
+    character_at.push_back(character);
+    const std::size_t found = searched.find(folded);
+    if (found == std::string::npos) return std::nullopt;
+    FoundText place;
+    place.at = character_at[found];
+    const double character_width = CHAR_UNITS_PER_POINT * line.points;
+    place.x = line.x + static_cast<double>(place.at) * character_width;
+    place.y = line.y;
+    place.width = static_cast<double>(character_at[found + folded.size()] - place.at) * character_width;
+    place.height = LINE_UNITS_PER_POINT * line.points;
+    return place;
+}
+
 std::string spool_folder() { return std::filesystem::temp_directory_path().string(); }
 
 } // namespace
@@ -106,19 +156,23 @@ std::vector<PageMark> RecordedDocument::page(long number) {
     return marks;
 }
 
-std::optional<RecordedDocument::Place> RecordedDocument::find(std::string_view wanted,
-                                                              std::optional<Place> after) {
+std::optional<FoundText> RecordedDocument::find(std::string_view wanted,
+                                                const std::optional<FoundText>& after) {
     const std::string folded = fold(wanted);
     if (folded.empty() || page_count() == 0) return std::nullopt;
     const long start = after ? after->page : 0;
     // The page of the start comes twice: what is behind the start first, what is before it last.
     for (long step = 0; step <= page_count(); ++step) {
         const long number = (start + step) % page_count();
-        const std::vector<PageMark> marks = page(number);
-        for (std::size_t i = step == 0 && after ? after->mark + 1 : 0; i < marks.size(); ++i)
-            if (marks[i].kind == PageMark::Kind::text &&
-                fold(marks[i].text).find(folded) != std::string::npos)
-                return Place{number, i};
+        const std::vector<PrintedLine> lines = lines_of(page(number));
+        for (std::size_t i = step == 0 && after ? after->line : 0; i < lines.size(); ++i) {
+            const bool here = step == 0 && after && i == after->line;
+            if (auto found = find_in(lines[i], folded, here ? after->at + 1 : 0)) {
+                found->page = number;
+                found->line = i;
+                return found;
+            }
+        }
     }
     return std::nullopt;
 }

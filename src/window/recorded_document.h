@@ -40,6 +40,17 @@ struct RecordedAccount {
     double y = 0.0;
 };
 
+// Where a text that was searched for stands: in units, and as a place to go on from.
+struct FoundText {
+    long page = 0;        // from 0
+    std::size_t line = 0; // of the page, in the order of printing
+    std::size_t at = 0;   // characters before it in that line
+    double x = 0.0;
+    double y = 0.0;
+    double width = 0.0;
+    double height = 0.0;
+};
+
 class RecordedDocument {
 public:
     // Made by the recording surface.
@@ -57,13 +68,11 @@ public:
     // file cannot be read.
     [[nodiscard]] std::vector<PageMark> page(long number);
 
-    // The first text from `after` on (a page and a mark on it, that mark left out) that holds `wanted`,
-    // capitals and accents alike; back to the beginning behind the end. Nothing when no page holds it.
-    struct Place {
-        long page = 0;
-        std::size_t mark = 0;
-    };
-    [[nodiscard]] std::optional<Place> find(std::string_view wanted, std::optional<Place> after);
+    // The first place of `wanted` behind `after`, capitals and accents alike; back to the beginning behind
+    // the end. It may run over texts that were printed one behind the other in a line. Nothing when no page
+    // holds it.
+    [[nodiscard]] std::optional<FoundText> find(std::string_view wanted,
+                                                const std::optional<FoundText>& after);
 
     // Prints the whole document once more, on a surface of any other kind.
     void replay(PrintSurface& surface);

@@ -92,9 +92,10 @@ bool ViewWidget::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::Drop:
         return dropped(field, *event);
     case QEvent::FocusIn:
-        // The mouse has led the keyboard here. The gesture waits until the press is through, since what
-        // the field left has to say may open a box.
-        if (static_cast<QFocusEvent*>(event)->reason() == Qt::MouseFocusReason && field.takes_focus())
+        // The mouse or an access key has led the keyboard here. The gesture waits until the event is
+        // through, since what the field left has to say may open a box.
+        if (const auto reason = static_cast<QFocusEvent*>(event)->reason();
+            (reason == Qt::MouseFocusReason || reason == Qt::ShortcutFocusReason) && field.takes_focus())
             QTimer::singleShot(0, this, [this, &field, held = QPointer(widget)] {
                 if (held && held->hasFocus() && view_.focus() != &field) act([&] { gestures::go_to(field); });
             });

@@ -32,6 +32,7 @@ namespace {
 constexpr double LIST_CHARACTER = 105.0;
 // A label may run this far past its place; the next field is always further away.
 constexpr int LABEL_EXCESS = 120;
+constexpr double MOST_WIDENING = 1.6; // of the fields in a wide window; beyond it they stand in its middle
 // The height of a line of text in the inventory: a label's.
 constexpr double LINE_HEIGHT = 195.0;
 constexpr int BAR_STEPS = 10000; // the bar's own scale, whatever the maximum of the field
@@ -65,14 +66,20 @@ bool has_caption(FieldKind kind) {
 
 } // namespace
 
-ViewWidget::ViewWidget(View& view, QWidget* parent) : QWidget(parent), view_(view) {
+ViewWidget::ViewWidget(View& view, const QString& taken_keys, QWidget* parent)
+    : QWidget(parent), view_(view), keys_(view, taken_keys) {
     setObjectName(shown_text(view.name()));
     setAccessibleName(shown_text(view.caption()));
     make_parts();
+    for (const auto& field : view_.Controls())
+        if (auto* label = qobject_cast<QLabel*>(widget_of(*field)); label != nullptr)
+            if (auto named = fields_named_by(view_, *field); !named.empty())
+                named_by_.emplace_back(label, std::move(named));
     lay_out();
     setEnabled(view_.enabled());
     for (const auto& part : parts_)
         refresh(*part);
+    lead_labels();
 }
 
 ViewWidget::~ViewWidget() = default;
@@ -215,28 +222,14 @@ void ViewWidget::watch(QWidget* widget, Field& field) {
     widget->installEventFilter(this);
 }
 
-// What a screen reader says of a field without a caption of its own: the label in its line to the left,
-// else the label whose middle is nearest, behind the caption of its frame.
+// What a screen reader says of a field without a caption of its own: its label, behind the caption of its
+// frame.
 QString ViewWidget::spoken_name(const Field& field) const {
-    const Place& own = field.spec().place;
-    const Field* nearest = nullptr;
-    long least = 0;
-    for (const auto& other : view_.Controls()) {
-        if (other->kind() != FieldKind::label || other->container() != field.container()) continue;
-        const Place& place = other->spec().place;
-        const bool same_line = std::abs(place.top - own.top) < LINE_HEIGHT && place.left < own.left;
-        const long distance = same_line ? own.left - place.left - 1'000'000L
-                                        : std::labs(2L * (place.left - own.left) + place.width - own.width);
-        if (nearest == nullptr || distance < least) {
-            nearest = other.get();
-            least = distance;
-        }
-    }
-    QString name = field.container() != nullptr
-                       ? shown_text(field.container()->spec().caption) + QLatin1Char(' ')
-                       : QString();
     if (field.kind() == FieldKind::frame) return shown_text(field.spec().caption);
-    if (nearest != nullptr) name += shown_text(nearest->spec().caption);
+    QString name;
+    if (field.container() != nullptr) name = shown_text(field.container()->spec().caption);
+    if (const Field* label = label_of(view_, field))
+        name += QLatin1Char(' ') + shown_text(label->spec().caption);
     return name.trimmed();
 }
 
@@ -257,19 +250,94 @@ double ViewWidget::needed_scale() const {
 
 void ViewWidget::lay_out() {
     scale_ = needed_scale();
-    setFixedSize(pixels(view_.width()), pixels(view_.height()));
     QFont fixed(QStringLiteral("Courier New"));
     fixed.setStyleHint(QFont::Monospace);
     fixed.setFixedPitch(true);
     // A fixed-pitch character is three fifths of its size wide.
     fixed.setPixelSize(std::max(6, static_cast<int>(LIST_CHARACTER * scale_ / 0.6)));
-    const int line_height = QFontMetrics(font()).height();
+    for (const auto& part : parts_)
+        if (part->field->kind() == FieldKind::list) {
+            part->widget->setFont(fixed);
+            keeps_columns_ = keeps_columns_ || label_of(view_, *part->field) == nullptr;
+        }
+    setMinimumSize(pixels(view_.width()), pixels(view_.height()));
+    updateGeometry();
+    place_all();
+}
+
+QSize ViewWidget::sizeHint() const { return {pixels(view_.width()), pixels(view_.height())}; }
+
+void ViewWidget::place_all() {
+    const int least = pixels(view_.width());
+    const double widening =
+        keeps_columns_ ? 1.0 : std::clamp(static_cast<double>(width()) / least, 1.0, MOST_WIDENING);
+    const int left = std::max(0, static_cast<int>((width() - least * widening) / 2.0));
+    place_fields(nullptr, widening, std::max(0, height() - pixels(view_.height())), left);
+}
+
+// What shows more when it is higher.
+bool ViewWidget::grows(const Field& field) const {
+    if (field.kind() == FieldKind::list) return true;
+    return field.kind() == FieldKind::frame &&
+           std::any_of(view_.Controls().begin(), view_.Controls().end(), [&](const auto& inner) {
+               return inner->container() == &field && inner->kind() == FieldKind::list;
+           });
+}
+
+// As high as the field that it names in its line, so that the two texts stand on one level.
+int ViewWidget::height_of_label(const Field& label) const {
+    const Place& own = label.spec().place;
+    for (const Field* named : fields_named_by(view_, label))
+        if (named->spec().place.top == own.top) return std::max(own.height, named->spec().place.height);
+    return own.height;
+}
+
+// The fields of one container, null for the view itself. The height to spare is shared among what grows,
+// lists side by side having one share between them, and what lies below moves down.
+void ViewWidget::place_fields(const Field* container, double widening, int spare_height, int left) {
+    std::vector<int> bottoms; // of the rows of what grows, in units
     for (const auto& part : parts_) {
-        Place place = part->field->spec().place;
-        if (part->field->kind() == FieldKind::label) place.width += LABEL_EXCESS;
-        part->widget->setGeometry(pixels(place.left), pixels(place.top), pixels(place.width),
-                                  std::max(pixels(place.height), line_height));
-        if (part->field->kind() == FieldKind::list) part->widget->setFont(fixed);
+        const Field& field = *part->field;
+        const int bottom = field.spec().place.top + field.spec().place.height;
+        if (field.container() == container && grows(field) &&
+            std::find(bottoms.begin(), bottoms.end(), bottom) == bottoms.end())
+            bottoms.push_back(bottom);
+    }
+    const int share = bottoms.empty() ? 0 : spare_height / static_cast<int>(bottoms.size());
+    const int line_height = QFontMetrics(font()).height();
+    const auto across = [&](int units) { return static_cast<int>(std::lround(units * scale_ * widening)); };
+    for (const auto& part : parts_) {
+        const Field& field = *part->field;
+        if (field.container() != container) continue;
+        Place place = field.spec().place;
+        if (field.kind() == FieldKind::label) {
+            place.width += LABEL_EXCESS;
+            place.height = height_of_label(field);
+        }
+        const auto above =
+            std::count_if(bottoms.begin(), bottoms.end(), [&](int bottom) { return bottom <= place.top; });
+        const int grown = grows(field) ? share : 0;
+        part->widget->setGeometry(left + across(place.left),
+                                  pixels(place.top) + share * static_cast<int>(above),
+                                  across(place.left + place.width) - across(place.left),
+                                  std::max(pixels(place.height), line_height) + grown);
+        if (field.kind() == FieldKind::frame) place_fields(&field, widening, grown, 0);
+    }
+}
+
+void ViewWidget::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    place_all();
+}
+
+// A label's key leads to the first of its fields that the user can reach.
+void ViewWidget::lead_labels() {
+    for (const auto& [label, fields] : named_by_) {
+        const auto first = std::find_if(fields.begin(), fields.end(), [&](const Field* field) {
+            return field->enabled() && field->visible();
+        });
+        QWidget* target = widget_of(first == fields.end() ? *fields.front() : **first);
+        if (label->buddy() != target) label->setBuddy(target);
     }
 }
 
@@ -314,6 +382,7 @@ void ViewWidget::flush() {
     changed_.clear();
     for (Part* part : changed)
         refresh(*part);
+    if (!changed.empty()) lead_labels();
     if (std::exchange(focus_moved_, false)) refresh_focus();
 }
 
@@ -323,10 +392,10 @@ void ViewWidget::refresh(Part& part) {
     if (!field.enabled() && holds_keyboard(*part.widget)) keyboard_was_here_ = true;
     part.widget->setEnabled(field.enabled());
     part.widget->setVisible(field.visible());
-    if (auto* label = qobject_cast<QLabel*>(part.widget)) label->setText(shown_text(field.caption()));
+    if (auto* label = qobject_cast<QLabel*>(part.widget))
+        label->setText(keys_.of(field).isNull() ? shown_text(field.caption()) : keys_.marked(field));
     if (auto* frame = qobject_cast<QGroupBox*>(part.widget)) frame->setTitle(shown_text(field.caption()));
-    if (auto* button = qobject_cast<QAbstractButton*>(part.widget))
-        button->setText(caption_text(field.caption()));
+    if (auto* button = qobject_cast<QAbstractButton*>(part.widget)) button->setText(keys_.marked(field));
     if (const auto* text = dynamic_cast<const TextField*>(&field)) {
         auto* edit = static_cast<QLineEdit*>(part.widget);
         if (const QString shown = shown_text(text->text()); edit->text() != shown) edit->setText(shown);

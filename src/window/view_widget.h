@@ -2,8 +2,9 @@
 // control and its dialog: it knows kinds of fields and places, and nothing of what they are for.
 //
 // Places follow the font: the inventory's units become pixels by a factor large enough for every caption, so
-// that no text is cut whatever the user's font. The widget has that fixed size; whoever holds it gives it a
-// scroll area when the window may be smaller.
+// that no text is cut whatever the user's font. That is the widget's least size, and whoever holds it gives
+// it a scroll area when the window may be smaller. In a larger window the lists grow, and the fields widen
+// unless a list's columns stand under captions. Captions have access keys, chosen from their own letters.
 //
 // What the fields become is drawn behind the routine that changed them, once, however often they changed;
 // only the progress bar is painted at once, while a pass runs. Each gesture that fails is told to
@@ -11,6 +12,7 @@
 #pragma once
 
 #include "platform/view.h"
+#include "window/captions.h"
 
 #include <QWidget>
 
@@ -19,8 +21,10 @@
 #include <memory>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
+class QLabel;
 class QLineEdit;
 class QKeyEvent;
 class QMouseEvent;
@@ -30,8 +34,9 @@ namespace corvalissement {
 
 class ViewWidget final : public QWidget {
 public:
-    // The view must outlive the widget. The fields are drawn as they are.
-    explicit ViewWidget(View& view, QWidget* parent = nullptr);
+    // The view must outlive the widget. The fields are drawn as they are. `taken_keys` are the letters that
+    // the window around the view needs as access keys of its own.
+    explicit ViewWidget(View& view, const QString& taken_keys = {}, QWidget* parent = nullptr);
     ~ViewWidget() override;
 
     [[nodiscard]] View& view() const noexcept { return view_; }
@@ -64,14 +69,16 @@ public:
         end_gesture();
     }
 
-    // Pixels of a length of the inventory.
+    // Pixels of a length of the inventory at the least size.
     [[nodiscard]] int pixels(int units) const;
+    [[nodiscard]] QSize sizeHint() const override;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     class RowsModel;
@@ -93,7 +100,12 @@ private:
     [[nodiscard]] QString spoken_name(const Field& field) const;
     void watch(QWidget* widget, Field& field);
     void lay_out();
+    void place_all();
+    void place_fields(const Field* container, double widening, int spare_height, int left);
+    [[nodiscard]] bool grows(const Field& field) const;
+    [[nodiscard]] int height_of_label(const Field& label) const;
     [[nodiscard]] double needed_scale() const;
+    void lead_labels();
 
     void refresh(Part& part);
     void refresh_rows(Part& part);
@@ -118,9 +130,12 @@ private:
     void draw_later();
 
     View& view_;
-    double scale_ = 0.0; // pixels a unit
+    AccessKeys keys_;
+    double scale_ = 0.0;         // pixels a unit
+    bool keeps_columns_ = false; // a list has columns under captions, which widening would part
     std::vector<std::unique_ptr<Part>> parts_;
     std::unordered_map<const Field*, Part*> part_of_;
+    std::vector<std::pair<QLabel*, std::vector<Field*>>> named_by_; // labels and the fields they lead to
     std::unordered_map<const QObject*, Part*> watched_;
     std::unordered_set<Part*> changed_;
     bool drawing_later_ = false;

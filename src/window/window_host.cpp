@@ -57,12 +57,15 @@ public:
         auto* area = new QScrollArea;
         area->setFrameShape(QFrame::NoFrame);
         area->setFocusPolicy(Qt::NoFocus);
-        area->setWidget(view_);
         auto* layout = new QVBoxLayout(this);
         layout->setContentsMargins(0, 0, 0, 0);
         layout->addWidget(area);
         const QSize room = screen()->availableSize() - QSize(40, 60);
-        resize((view_->size() + QSize(2, 2)).boundedTo(room));
+        resize(view_->sizeHint().boundedTo(room));
+        // In this order: an area that was smaller than its widget for a moment keeps its scroll bars.
+        layout->activate();
+        area->setWidgetResizable(true);
+        area->setWidget(view_);
     }
 
     [[nodiscard]] ViewWidget& view() const { return *view_; }

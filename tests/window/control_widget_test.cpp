@@ -1,39 +1,22 @@
 // The control in a window, driven as its user drives it: keys, clicks, wheel, drag and drop, boxes.
-#include "importers/made_up_base.h"
 #include "output/surfaces.h"
+#include "trial.h"
 #include "window/control_widget.h"
 #include "window/preview_window.h"
-#include "window/qt_text.h"
 
-#include <QApplication>
-#include <QComboBox>
-#include <QDialog>
 #include <QDropEvent>
-#include <QLineEdit>
+#include <QLabel>
 #include <QListView>
 #include <QMenu>
-#include <QMessageBox>
 #include <QMimeData>
+#include <QPrinter>
 #include <QPushButton>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QTimer>
-#include <gtest/gtest.h>
 
-#include <fstream>
-#include <functional>
-#include <sstream>
+#include <set>
 
 namespace corvalissement {
 
 namespace {
-
-std::string bytes_of(const std::string& path) {
-    std::ifstream input(path, std::ios::binary);
-    std::ostringstream text;
-    text << input.rdbuf();
-    return text.str();
-}
 
 // A form with the control on a made-up base, and answers for the boxes that the test expects.
 class WindowTest : public ::testing::Test {
@@ -73,31 +56,6 @@ protected:
         QApplication::processEvents();
     }
 
-    // Waits for a modal window while the event loop runs, and lets `answer` deal with it. Asked again until
-    // one is there, so that no clock decides.
-    void expect_window(std::function<void(QDialog&)> answer) {
-        QTimer::singleShot(0, &form_, [this, answer = std::move(answer)] {
-            auto* window = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            if (window == nullptr)
-                expect_window(answer);
-            else
-                answer(*window);
-        });
-    }
-    void expect_message(std::string* told) {
-        expect_window([told](QDialog& window) {
-            *told = field_text(static_cast<QMessageBox&>(window).text());
-            window.accept();
-        });
-    }
-    void expect_printer(int index, QString path = {}) {
-        expect_window([index, path](QDialog& window) {
-            window.findChild<QComboBox*>(QStringLiteral("Imprimante"))->setCurrentIndex(index);
-            if (!path.isEmpty()) window.findChild<QLineEdit*>(QStringLiteral("Fichier"))->setText(path);
-            window.accept();
-        });
-    }
-
     QTemporaryDir folder_;
     std::string base_;
     ControlSettings settings_;
@@ -110,7 +68,7 @@ TEST_F(WindowTest, edition_ends_in_a_pdf_and_the_form_may_begin_again) {
     const QString pdf = folder_.filePath(QStringLiteral("livre.pdf"));
     expect_printer(1, pdf);
     click("Cmd_Imprimer");
-    EXPECT_EQ(bytes_of(field_text(pdf)).substr(0, 5), "%PDF-");
+    EXPECT_EQ(bytes_of(pdf).substr(0, 5), "%PDF-");
     EXPECT_EQ(finished_, 1);
     EXPECT_EQ(form_.control(), nullptr);
     EXPECT_TRUE(form_.skipped_steps().empty());
@@ -120,9 +78,9 @@ TEST_F(WindowTest, edition_ends_in_a_pdf_and_the_form_may_begin_again) {
     expect_printer(0);
     click("Cmd_Imprimer");
     ASSERT_NE(document_, nullptr);
-    const std::string again = field_text(folder_.filePath(QStringLiteral("encore.pdf")));
-    document_->replay(*make_pdf_surface(again));
-    EXPECT_EQ(bytes_of(again), bytes_of(field_text(pdf)));
+    const QString again = folder_.filePath(QStringLiteral("encore.pdf"));
+    document_->replay(*make_pdf_surface(field_text(again)));
+    EXPECT_EQ(bytes_of(again), bytes_of(pdf));
 }
 
 TEST_F(WindowTest, preview_finds_texts_and_accounts_on_their_pages) {
@@ -135,10 +93,18 @@ TEST_F(WindowTest, preview_finds_texts_and_accounts_on_their_pages) {
     ASSERT_TRUE(found);
     EXPECT_LE(found->page, last.page);
     // The totals stand on the last page; behind it the search begins again at the first.
-    const auto total = document_->find("total general", std::nullopt);
-    const auto around = document_->find("total general", total);
-    EXPECT_EQ(total.has_value(), around.has_value());
+    const auto total = document_->find("total des mouvements édités", std::nullopt);
+    ASSERT_TRUE(total);
+    EXPECT_EQ(total->page, document_->page_count() - 1);
+    EXPECT_EQ(document_->find("total des mouvements édités", total)->page, total->page);
     EXPECT_FALSE(document_->find("introuvable", std::nullopt));
+    // Texts printed one behind the other read as one line, and each place is found once.
+    const auto head = document_->find("EXERCICE         : n", std::nullopt);
+    ASSERT_TRUE(head);
+    EXPECT_EQ(head->page, 0);
+    EXPECT_EQ(head->x, 0.0);
+    EXPECT_EQ(head->width, 20 * 120.0);
+    EXPECT_EQ(document_->find("exercice         : n", head)->page, 1);
 
     auto* window = new PreviewWindow(document_);
     window->show();
@@ -211,10 +177,7 @@ TEST_F(WindowTest, range_is_added_shown_and_removed) {
     QApplication::processEvents();
     EXPECT_EQ(text("Txt_CpteDe"), "1010000000");
     EXPECT_EQ(text("Txt_CpteA"), "1010000000"); // the other list follows
-    expect_window([](QDialog& window) {
-        for (QAbstractButton* button : static_cast<QMessageBox&>(window).buttons())
-            if (button->text() == QLatin1String("&Oui")) button->click();
-    });
+    expect_window("Message", [](QDialog& question) { press_button(question, QStringLiteral("&Oui")); });
     click("Cmd_Supprimer");
     EXPECT_EQ(list->model()->rowCount(), 0);
 }
@@ -279,7 +242,7 @@ TEST_F(WindowTest, no_caption_is_cut_and_every_field_has_a_name_for_the_ear) {
 
 TEST_F(WindowTest, dialog_refuses_to_close_takes_dragged_rows_and_gives_up) {
     click("Cac_PriseCpteBrouillard");
-    expect_window([](QDialog& window) {
+    expect_window("Fenetre_Frm_AffectCompta", [](QDialog& window) {
         auto* upper = window.findChild<QListView*>(QStringLiteral("Lst_SequencePos"));
         auto* lower = window.findChild<QListView*>(QStringLiteral("Lst_SequenceSel"));
         window.close();
@@ -305,6 +268,156 @@ TEST_F(WindowTest, dialog_refuses_to_close_takes_dragged_rows_and_gives_up) {
     EXPECT_TRUE(widget("Cmd_Imprimer")->isEnabled());
 }
 
+// From the code of the entity to the paper with nothing but keys.
+TEST_F(WindowTest, keyboard_alone_leads_to_a_pdf_with_drafts) {
+    const auto key = [&](Qt::Key pressed, Qt::KeyboardModifiers held = Qt::NoModifier) {
+        QTest::keyClick(QApplication::focusWidget(), pressed, held);
+        QApplication::processEvents();
+    };
+    auto* code = widget<QLineEdit>("Txt_Entite");
+    code->setFocus(Qt::MouseFocusReason);
+    QApplication::processEvents();
+    key(Qt::Key_Backspace); // the label goes with the first character, and the code with the label
+    EXPECT_EQ(text("Txt_Entite"), "");
+    for (const Qt::Key digit : {Qt::Key_0, Qt::Key_0, Qt::Key_1})
+        key(digit);
+    EXPECT_EQ(form_.control()->focus()->name(), "Cbo_Exer");
+    key(Qt::Key_Tab);
+    widget<QLineEdit>("Txt_DateDeb")->selectAll();
+    QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("010224"));
+    key(Qt::Key_Tab);
+    EXPECT_EQ(text("Txt_DateDeb"), "01/02/2024");
+    widget("Cac_PriseCpteBrouillard")->setFocus(Qt::TabFocusReason);
+    key(Qt::Key_Space);
+    EXPECT_EQ(form_.control()->field<CheckBoxField>("Cac_PriseCpteBrouillard").value(), 1);
+
+    const QString pdf = folder_.filePath(QStringLiteral("clavier.pdf"));
+    expect_window("Fenetre_Frm_AffectCompta", [&](QDialog& window) {
+        auto* upper = window.findChild<QListView*>(QStringLiteral("Lst_SequencePos"));
+        auto* lower = window.findChild<QListView*>(QStringLiteral("Lst_SequenceSel"));
+        const int all = upper->model()->rowCount();
+        ASSERT_GT(all, 2);
+        QApplication::setActiveWindow(&window);
+        QTest::keyClick(&window, Qt::Key_T, Qt::AltModifier); // Tous
+        EXPECT_TRUE(QTest::qWaitFor([&] { return lower->model()->rowCount() == all; }));
+        // The last row goes back out of the lower list.
+        lower->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(lower, Qt::Key_End);
+        auto* out = window.findChild<QPushButton*>(QStringLiteral("Cmd_PasseGauche"));
+        out->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(out, Qt::Key_Return);
+        EXPECT_EQ(lower->model()->rowCount(), all - 1);
+        expect_printer(1, pdf);
+        QTest::keyClick(window.findChild<QPushButton*>(QStringLiteral("Cmd_Affecter")), Qt::Key_Space);
+    });
+    auto* print = widget("Cmd_Imprimer");
+    print->setFocus(Qt::TabFocusReason);
+    key(Qt::Key_Return);
+    EXPECT_EQ(bytes_of(pdf).substr(0, 5), "%PDF-");
+    EXPECT_EQ(finished_, 1);
+    EXPECT_TRUE(form_.skipped_steps().empty());
+}
+
+TEST_F(WindowTest, access_keys_are_each_one_caption_s_and_lead_to_its_field) {
+    settings_.taken_keys = QStringLiteral("FEUA");
+    begin();
+    std::set<QChar> seen;
+    const AccessKeys keys(*form_.control(), settings_.taken_keys);
+    int without = 0;
+    for (const auto& field : form_.control()->Controls()) {
+        const QChar letter = keys.of(*field);
+        if (letter.isNull()) {
+            without += field->kind() == FieldKind::button || field->kind() == FieldKind::check_box ? 1 : 0;
+            continue;
+        }
+        EXPECT_TRUE(seen.insert(letter).second) << field->name();
+        EXPECT_FALSE(settings_.taken_keys.contains(letter)) << field->name();
+        QString plain = keys.marked(*field);
+        EXPECT_EQ(field_text(plain.remove(QLatin1Char('&'))), field->caption());
+        // A label shows its mark only when it leads somewhere.
+        const auto* label = qobject_cast<QLabel*>(form_.view()->widget_of(*field));
+        EXPECT_TRUE(label == nullptr || label->buddy() != nullptr) << field->name();
+    }
+    EXPECT_EQ(without, 0);
+    // The label over the lists leads to the list, and to the number while a range is entered.
+    const auto* over = widget<QLabel>("Etq_De");
+    EXPECT_EQ(over->buddy(), widget("Lst_De"));
+    click("Cmd_Ajouter");
+    EXPECT_EQ(over->buddy(), widget("Txt_CpteDe"));
+    click("Cmd_Annuler");
+    const auto year = keys.of(*form_.control()->find("Etq_DateDeb"));
+    QTest::keyClick(form_.window(), static_cast<Qt::Key>(year.unicode()), Qt::AltModifier);
+    QApplication::processEvents();
+    EXPECT_EQ(form_.control()->focus()->name(), "Txt_DateDeb");
+}
+
+// A larger window shows more rows, a smaller one can be scrolled to every field.
+TEST_F(WindowTest, window_of_any_size_keeps_every_field_in_reach) {
+    const QSize usual = form_.sizeHint();
+    form_.resize(usual);
+    QApplication::processEvents();
+    const int rows = widget("Lst_De")->height();
+    EXPECT_EQ(form_.view()->size(), usual);
+    form_.resize(usual + QSize(400, 300));
+    QApplication::processEvents();
+    EXPECT_EQ(widget("Lst_De")->height(), rows + 300);
+    EXPECT_GT(widget("Lst_De")->width() * 10, form_.width() * 4);
+    for (const auto& field : form_.control()->Controls()) {
+        const QWidget* shown = form_.view()->widget_of(*field);
+        if (shown == nullptr) continue;
+        EXPECT_TRUE(shown->parentWidget()->rect().contains(shown->geometry())) << field->name();
+        for (const auto& other : form_.control()->Controls()) {
+            const QWidget* beside = form_.view()->widget_of(*other);
+            if (beside == nullptr || beside == shown || beside->parentWidget() != shown->parentWidget() ||
+                field->kind() == FieldKind::label || other->kind() == FieldKind::label)
+                continue;
+            EXPECT_FALSE(shown->geometry().intersects(beside->geometry())) << field->name() << other->name();
+        }
+    }
+    form_.resize(usual / 2);
+    QApplication::processEvents();
+    EXPECT_EQ(form_.view()->size(), usual);
+    widget("Cmd_Sortir")->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(widget("Txt_Entite"), Qt::Key_Backtab);
+    EXPECT_FALSE(form_.focusWidget()->visibleRegion().isEmpty());
+}
+
+TEST_F(WindowTest, printer_of_the_system_gets_the_chosen_pages) {
+    expect_printer(0);
+    click("Cmd_Imprimer");
+    ASSERT_NE(document_, nullptr);
+    QPrinter printer(QPrinter::HighResolution);
+    const QString path = folder_.filePath(QStringLiteral("imprimante.pdf"));
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(path);
+    printer.setFromTo(2, 3);
+    print_document(*document_, printer);
+    const std::string bytes = bytes_of(path);
+    EXPECT_EQ(bytes.substr(0, 5), "%PDF-");
+    EXPECT_NE(bytes.find("/Count 2"), std::string::npos);
+    printer.setOutputFileName(folder_.filePath(QStringLiteral("nulle/part.pdf")));
+    EXPECT_THROW(print_document(*document_, printer), StepFailure);
+}
+
+TEST_F(WindowTest, existing_pdf_is_replaced_only_when_the_user_agrees) {
+    const QString pdf = folder_.filePath(QStringLiteral("livre.pdf"));
+    std::ofstream(field_text(pdf)) << "mine";
+    expect_window("ChoixImprimante", [&](QDialog& choice) {
+        choice.findChild<QComboBox*>(QStringLiteral("Imprimante"))->setCurrentIndex(1);
+        choice.findChild<QLineEdit*>(QStringLiteral("Fichier"))->setText(pdf);
+        expect_window("QMessageBox",
+                      [](QDialog& question) { press_button(question, QStringLiteral("&Annuler")); });
+        choice.accept();
+        EXPECT_TRUE(choice.isVisible());
+        EXPECT_EQ(bytes_of(pdf), "mine");
+        expect_window("QMessageBox",
+                      [](QDialog& question) { press_button(question, QStringLiteral("&Remplacer")); });
+        choice.accept();
+    });
+    click("Cmd_Imprimer");
+    EXPECT_EQ(bytes_of(pdf).substr(0, 5), "%PDF-");
+}
+
 TEST_F(WindowTest, level_of_consultation_hides_what_it_may_not_do) {
     settings_.level = 1;
     begin();
@@ -317,10 +430,3 @@ TEST_F(WindowTest, level_of_consultation_hides_what_it_may_not_do) {
 } // namespace
 
 } // namespace corvalissement
-
-int main(int argc, char** argv) {
-    ::testing::InitGoogleTest(&argc, argv);
-    qputenv("QT_QPA_PLATFORM", "offscreen"); // the same empty screen on every machine
-    const QApplication application(argc, argv);
-    return RUN_ALL_TESTS();
-}
