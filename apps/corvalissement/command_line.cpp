@@ -7,11 +7,31 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <iostream>
 #include <set>
 
 #include <unistd.h>
 
 namespace corvalissement {
+
+namespace {
+
+// A text of the base or of a file may hold anything; a terminal gets UTF-8 without controls, and not more
+// than a person reads.
+std::string printable(const std::string& text) {
+    constexpr std::size_t MOST_CHARS = 2'000;
+    std::string shown;
+    std::size_t count = 0;
+    for (std::size_t at = 0; at < text.size() && count < MOST_CHARS; ++count) {
+        const char32_t character = next_char(text, at);
+        const bool control =
+            (character < 0x20 && character != U'\n') || (character >= 0x7F && character < 0xA0);
+        append_char(shown, control ? U'\uFFFD' : character);
+    }
+    return count == MOST_CHARS ? shown + "…" : shown;
+}
+
+} // namespace
 
 ProgressBar::ProgressBar(std::string title)
     : title_(std::move(title)), terminal_(::isatty(STDERR_FILENO) == 1) {}
@@ -50,7 +70,14 @@ std::string base_folder(const std::string& base) {
     return folder.empty() ? "." : folder.string();
 }
 
-void complain(const std::string& text) { std::fprintf(stderr, "corvalissement : %s\n", text.c_str()); }
+void require_standard_output() {
+    std::cout.flush();
+    if (!std::cout) throw StepFailure(ERR_OUTPUT, "la sortie standard ne peut être écrite");
+}
+
+void complain(const std::string& text) {
+    std::fprintf(stderr, "corvalissement : %s\n", printable(text).c_str());
+}
 
 void tell_skipped(const Failures& failures) {
     std::set<std::string> outputs;
@@ -80,12 +107,14 @@ CLI::Validator one_of(std::vector<std::string> values) {
             ""};
 }
 
-CLI::Validator between(int lowest, int highest) {
+CLI::Validator between(std::int64_t lowest, std::int64_t highest) {
     return {[=](std::string& text) -> std::string {
                 std::int64_t number = 0;
                 if (parse_whole(text, number) && number >= lowest && number <= highest) return "";
-                return "« " + text + " » n'est pas un nombre de " + std::to_string(lowest) + " à " +
-                       std::to_string(highest);
+                return "« " + text + " » n'est pas un nombre entier " +
+                       (highest == INT64_MAX
+                            ? "à partir de " + std::to_string(lowest)
+                            : "de " + std::to_string(lowest) + " à " + std::to_string(highest));
             },
             ""};
 }

@@ -65,6 +65,9 @@ private:
 
 [[nodiscard]] std::string base_folder(const std::string& base);
 
+// Throws StepFailure (ERR_OUTPUT) when what was written to standard output did not go through.
+void require_standard_output();
+
 // One line on standard error: "corvalissement : TEXT".
 void complain(const std::string& text);
 
@@ -76,6 +79,6 @@ void tell_skipped(const Failures& failures);
 
 // Checks of values, with their refusal in French.
 [[nodiscard]] CLI::Validator one_of(std::vector<std::string> values);
-[[nodiscard]] CLI::Validator between(int lowest, int highest);
+[[nodiscard]] CLI::Validator between(std::int64_t lowest, std::int64_t highest);
 
 } // namespace corvalissement

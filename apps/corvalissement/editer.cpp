@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <fstream>
 #include <iostream>
+#include <optional>
+#include <set>
 
 namespace corvalissement {
 
@@ -23,7 +25,7 @@ struct EditerOptions {
     std::string end;
     std::string account_class = "Globale";
     std::vector<std::string> ranges;
-    std::string drafts;
+    std::optional<std::string> drafts;
     std::string today;
     std::string output;
     std::string printer;
@@ -76,17 +78,17 @@ EditionOptions edition_options(const EditerOptions& options) {
     if (options.account_class == "Fournisseurs") edition.account_class = 1;
     if (options.account_class == "Clients") edition.account_class = 2;
     for (const std::string& range : options.ranges) {
-        const std::size_t colon = range.find(':');
-        if (colon == std::string::npos)
+        const std::vector<std::string> ends = split(range, ':');
+        if (ends.size() != 2 || ends[0].empty() || ends[1].empty())
             throw UsageError("--comptes : « " + range + " » n'est pas de la forme DE:A");
-        edition.ranges.emplace_back(range.substr(0, colon), range.substr(colon + 1));
-        if (edition.ranges.back().first.empty() || edition.ranges.back().second.empty())
-            throw UsageError("--comptes : « " + range + " » n'est pas de la forme DE:A");
+        edition.ranges.emplace_back(ends[0], ends[1]);
     }
     if (options.drafts == "tous")
         edition.all_drafts = true;
-    else if (!options.drafts.empty())
-        edition.drafts = split(options.drafts, ',');
+    else if (options.drafts)
+        edition.drafts = split(*options.drafts, ',');
+    for (const std::string& key : edition.drafts)
+        if (key.empty()) throw UsageError("--brouillard : une clé de séquence est vide");
     return edition;
 }
 
@@ -122,18 +124,22 @@ void choose_output(const EditerOptions& options, Store& store, HostSettings& set
 
 // What the host's outcome is for a script.
 int status_of(const EditionHost& host, EditionEnd end, bool graphic) {
+    std::set<std::string> told;
     for (const std::string& text : host.messages())
-        std::fprintf(stderr, "%s\n", text.c_str());
+        if (told.insert(text).second) std::fprintf(stderr, "%s\n", text.c_str());
     const auto& failures = host.failures();
     tell_skipped(failures);
     if (has_number(failures, ERR_OUTPUT)) return INPUT_OUTPUT;
     const bool nothing = graphic ? host.file_made().empty() : !host.printer_asked();
     if (end == EditionEnd::refused || nothing) {
-        if (host.messages().empty() && failures.empty()) complain("rien à éditer pour cette sélection");
-        if (host.messages().empty() && !failures.empty()) return SKIPPED;
+        if (has_number(failures, ERR_STORE)) return INPUT_OUTPUT;
+        if (host.messages().empty()) complain("rien à éditer pour cette sélection");
         return REFUSED;
     }
-    if (graphic) std::cout << host.file_made() << std::endl;
+    if (graphic) {
+        std::cout << host.file_made() << std::endl;
+        require_standard_output();
+    }
     return failures.empty() ? DONE : SKIPPED;
 }
 
@@ -188,7 +194,7 @@ int run_piloter(const PiloterOptions& options) {
     host.run(open_session(std::move(store), options.base, host));
     std::cout.flush();
     tell_skipped(host.failures());
-    if (!std::cout) throw StepFailure(ERR_OUTPUT, "la sortie standard ne peut être écrite");
+    require_standard_output();
     const auto& failures = host.failures();
     if (has_number(failures, ERR_OUTPUT)) return INPUT_OUTPUT;
     return host.pages_printed() > 0 && !failures.empty() ? SKIPPED : DONE;

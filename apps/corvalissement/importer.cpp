@@ -4,33 +4,11 @@
 #include "importers/fec_importer.h"
 #include "importers/made_up_base.h"
 
-#include <filesystem>
 #include <iostream>
 
 namespace corvalissement {
 
 namespace {
-
-// A base that this very command has made is taken away again when the command fails, so that a refusal
-// leaves nothing behind.
-class NewBase {
-public:
-    explicit NewBase(std::string path) : path_(std::move(path)), existed_(std::filesystem::exists(path_)) {}
-    ~NewBase() {
-        if (existed_ || kept_) return;
-        std::error_code ignored;
-        for (const char* tail : {"", "-wal", "-shm", "-journal", "-verrous"})
-            std::filesystem::remove(path_ + tail, ignored);
-    }
-    NewBase(const NewBase&) = delete;
-    NewBase& operator=(const NewBase&) = delete;
-    void keep() noexcept { kept_ = true; }
-
-private:
-    std::string path_;
-    bool existed_;
-    bool kept_ = false;
-};
 
 struct ImporterOptions {
     FecOptions fec;
@@ -46,16 +24,14 @@ int run_importer(ImporterOptions options) {
         options.fec.last_day = day_option(options.last, "--fin");
     }
     if (std::string fault = fault_of_options(options.fec); !fault.empty()) throw UsageError(fault);
-    NewBase created(options.base);
     FecSummary summary;
-    {
-        const auto store = open_embedded_store(options.base, OpenMode::create);
+    fill_embedded_store(options.base, [&](Store& store) {
         ProgressBar bar("importation");
-        summary = import_fec(*store, options.fec, bar.sink());
-    }
-    created.keep();
+        summary = import_fec(store, options.fec, bar.sink());
+    });
     std::cout << summary.to_json() << std::endl;
-    return std::cout ? DONE : INPUT_OUTPUT;
+    require_standard_output();
+    return DONE;
 }
 
 } // namespace
@@ -89,19 +65,22 @@ void add_generer(CLI::App& app, Run& run) {
     CLI::App* command =
         app.add_subcommand("generer", "Fait une base inventée, toujours la même pour les mêmes options");
     command->add_option("--base", options->base, "Base, créée si elle n'existe pas")->required();
-    command->add_option("--lignes", options->made_up.lines, "Nombre de lignes d'écriture")->required();
-    command->add_option("--comptes", options->made_up.accounts, "Nombre de comptes");
-    command->add_option("--graine", options->made_up.seed, "Graine du tirage");
-    command->add_option("--brouillards", options->made_up.drafts, "Nombre de lignes de brouillard");
+    command->add_option("--lignes", options->made_up.lines, "Nombre de lignes d'écriture")
+        ->required()
+        ->check(between(0, INT64_MAX));
+    command->add_option("--comptes", options->made_up.accounts, "Nombre de comptes, 7 au moins")
+        ->check(between(7, INT64_MAX));
+    command->add_option("--graine", options->made_up.seed, "Graine du tirage")->check(between(0, INT64_MAX));
+    command->add_option("--brouillards", options->made_up.drafts, "Nombre de lignes de brouillard")
+        ->check(between(0, INT64_MAX));
     command->callback([options, &run] {
         run = [options] {
-            NewBase created(options->base);
-            {
-                const auto store = open_embedded_store(options->base, OpenMode::create);
+            if (std::string fault = fault_of_options(options->made_up); !fault.empty())
+                throw UsageError(fault);
+            fill_embedded_store(options->base, [&](Store& store) {
                 ProgressBar bar("génération");
-                make_up_base(*store, options->made_up, bar.sink());
-            }
-            created.keep();
+                make_up_base(store, options->made_up, bar.sink());
+            });
             return static_cast<int>(DONE);
         };
     });

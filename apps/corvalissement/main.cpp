@@ -1,10 +1,13 @@
 // The command `corvalissement`: everything that the control can do, with no window.
 #include "command_line.h"
 #include "importers/bad_input.h"
+#include "output/unfinished_files.h"
 
 #include <csignal>
 #include <cstdio>
 #include <memory>
+
+#include <unistd.h>
 
 namespace corvalissement {
 
@@ -55,6 +58,31 @@ std::string in_french(const CLI::ParseError& error) {
     return "mauvais usage : " + text;
 }
 
+// A run that is stopped takes its unfinished files with it.
+void stopped(int signal) {
+    remove_unfinished_files();
+    static_cast<void>(std::signal(signal, SIG_DFL));
+    static_cast<void>(std::raise(signal));
+}
+
+// The base is read through memory: when somebody cuts the file short meanwhile, what lay behind is gone.
+void base_cut_short(int) {
+    constexpr char TEXT[] = "corvalissement : la base a été tronquée pendant qu'elle était lue\n";
+    remove_unfinished_files();
+    if (::write(STDERR_FILENO, TEXT, sizeof TEXT - 1) < 0) ::_exit(INPUT_OUTPUT);
+    ::_exit(INPUT_OUTPUT);
+}
+
+void handle_signals() {
+    // A reader that stops reading, a file that may not grow any more: outputs that cannot be written, not
+    // the end of the process.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        if (std::signal(signal, stopped) == SIG_IGN) std::signal(signal, SIG_IGN);
+    std::signal(SIGBUS, base_cut_short);
+}
+
 int run_command(int argc, char** argv) {
     CLI::App app{"Edition du grand livre général d'une entité juridique.", "corvalissement"};
     app.formatter(std::make_shared<FrenchHelp>());
@@ -102,7 +130,6 @@ int run_command(int argc, char** argv) {
 } // namespace corvalissement
 
 int main(int argc, char** argv) {
-    // A reader that stops reading is an output that cannot be written, not the end of the process.
-    std::signal(SIGPIPE, SIG_IGN);
+    corvalissement::handle_signals();
     return corvalissement::run_command(argc, argv);
 }

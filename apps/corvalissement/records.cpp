@@ -2,9 +2,9 @@
 #include "command_line.h"
 #include "importers/bad_input.h"
 #include "importers/raw_records.h"
+#include "output/output_file.h"
 
 #include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <iostream>
 
@@ -16,19 +16,20 @@ int load(const std::string& base, const std::string& file) {
     std::ifstream opened;
     if (file != "-") {
         opened.open(file, std::ios::binary);
-        if (!opened) throw StepFailure(ERR_OUTPUT, file + " : " + std::strerror(errno), file);
+        if (!opened) throw BadInput(file, 0, system_reason(errno));
     }
-    const auto store = open_embedded_store(base, OpenMode::create);
-    ProgressBar bar("chargement");
-    load_records(*store, file == "-" ? std::cin : opened, file == "-" ? "entrée standard" : file, bar.sink());
+    fill_embedded_store(base, [&](Store& store) {
+        ProgressBar bar("chargement");
+        load_records(store, file == "-" ? std::cin : opened, file == "-" ? "entrée standard" : file,
+                     bar.sink());
+    });
     return DONE;
 }
 
 int extract(const std::string& base, const std::string& file) {
     const auto store = open_embedded_store(base, OpenMode::must_exist);
     extract_records(*store, std::cout, file.empty() ? std::nullopt : std::optional<std::string>(file));
-    std::cout.flush();
-    if (!std::cout) throw StepFailure(ERR_OUTPUT, "la sortie standard ne peut être écrite");
+    require_standard_output();
     return DONE;
 }
 

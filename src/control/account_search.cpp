@@ -120,11 +120,13 @@ void AccountSearch::select(const std::string& query) {
                                              "", work);
 }
 
-// A chart record that cannot be read leaves the label of the one before in the row.
-void AccountSearch::add_label_row(std::size_t i) {
+void AccountSearch::read_chart(std::string_view account) {
     LedgerFiles& files = Variable::Files;
-    skip(view_.host().skipped_failures(), search_name_,
-         [&] { files.F_PLANCOMPTABLE->DBRead(account_key(found_(i, 1)), files.R_PLANCOMPTABLE); });
+    files.F_PLANCOMPTABLE->DBRead(account, files.R_PLANCOMPTABLE);
+}
+
+void AccountSearch::add_label_row() {
+    LedgerFiles& files = Variable::Files;
     fields_.label.add_row(std::string(files.R_PLANCOMPTABLE(plan::LABEL)));
 }
 
@@ -153,8 +155,12 @@ void AccountSearch::search_by_number() {
     fields_.number.clear();
     const std::size_t n = found_.DCount();
     if (n > 1) {
-        for (std::size_t i = 1; i <= n; ++i)
-            add_label_row(i);
+        for (std::size_t i = 1; i <= n; ++i) {
+            // A chart record that cannot be read leaves the label of the one before in the row.
+            skip(view_.host().skipped_failures(), search_name_,
+                 [&] { read_chart(account_key(found_(i, 1))); });
+            add_label_row();
+        }
         busy.end();
         view_.set_focus(fields_.label);
     } else {
@@ -170,6 +176,7 @@ void AccountSearch::label_key_press(int& key) {
         static_cast<void>(drop_accented_key(view_.host(), key));
 }
 
+// Nothing is skipped here: a chart record that is missing ends the search, and the host is told.
 void AccountSearch::search_by_label() {
     BusyBracket busy(view_);
     const std::string begin = capitals(fields_.label.text());
@@ -188,16 +195,16 @@ void AccountSearch::search_by_label() {
     // The result of a query sorted on labels ends with one attribute that stands for no account.
     const std::size_t n = found_.DCount() - 1;
     if (n > 1) {
-        for (std::size_t i = 1; i <= n; ++i)
-            add_label_row(i);
+        for (std::size_t i = 1; i <= n; ++i) {
+            read_chart(account_key(found_(i, 1)));
+            add_label_row();
+        }
     } else if (n == 1) {
         // Kept aside, for an account outside the class empties the list.
         const std::string account(account_key(found_(1, 1)));
         take_account(1);
-        LedgerFiles& files = Variable::Files;
-        skip(view_.host().skipped_failures(), search_name_,
-             [&] { files.F_PLANCOMPTABLE->DBRead(account, files.R_PLANCOMPTABLE); });
-        fields_.label.set_text(std::string(files.R_PLANCOMPTABLE(plan::LABEL)));
+        read_chart(account);
+        fields_.label.set_text(std::string(Variable::Files.R_PLANCOMPTABLE(plan::LABEL)));
     }
     busy.end();
 }

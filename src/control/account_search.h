@@ -39,7 +39,8 @@ private:
     void label_click();
     void label_change();
 
-    void add_label_row(std::size_t i);
+    void read_chart(std::string_view account);
+    void add_label_row();
     void take_account(std::size_t i);
     [[nodiscard]] bool class_allows(std::string_view number);
     void refuse_number(std::string_view text, int kind);

@@ -14,6 +14,14 @@ namespace {
 constexpr std::string_view FILE_MADE_BEGIN = "Le fichier ";
 constexpr std::string_view FILE_MADE_END = " a été généré dans le répertoire LIENCOMPTA";
 
+// The list shows two years only: any code but that of year N stands for the year behind it.
+std::string as_shown(std::string_view key) {
+    std::string shown(chars(key, 1, 5));
+    shown += chars(key, 6, 2) == exercice::CODE_N0 ? exercice::CODE_N0 : exercice::CODE_N1;
+    shown += chars_from(key, 8);
+    return shown;
+}
+
 } // namespace
 
 EditionHost::EditionHost(HostSettings settings, EditionOptions options)
@@ -45,6 +53,8 @@ bool EditionHost::choose_entity() {
     if (code.text() == options_.entity) return true;
     // What the control said of an entity that it chose by itself is not this edition's business.
     messages_.clear();
+    if (char_count(options_.entity) > 3)
+        return refuse("Le code d'entité « " + options_.entity + " » a plus de 3 caractères.");
     gestures::replace_text(code, "");
     gestures::type(code, options_.entity);
     if (messages_.empty() && char_count(code.text()) < 3) gestures::press(code, KEY_ENTER);
@@ -75,12 +85,15 @@ bool EditionHost::enter_dates() {
     return true;
 }
 
-bool EditionHost::enter_account(const char* number_field, const std::string& number) {
+bool EditionHost::enter_account(const char* number_field, const char* label_field,
+                                const std::string& number) {
     auto& target = field<TextField>(number_field);
+    const auto& label = field<ComboField>(label_field);
     gestures::type(target, number);
     if (messages_.empty()) gestures::press(target, KEY_ENTER);
     if (!messages_.empty()) return false;
-    if (!target.text().empty()) return true;
+    // A number that the field has emptied is told by the check of the line, unless it led to a choice.
+    if (!target.text().empty() || label.list_count() == 0) return true;
     return refuse("Plusieurs comptes commencent par « " + number + " » : donnez le numéro entier.");
 }
 
@@ -88,7 +101,8 @@ bool EditionHost::enter_range(const std::string& from, const std::string& to) {
     Field& add = field<Field>("Cmd_Ajouter");
     if (gestures::click(add) == Reached::no)
         return refuse("Cet utilisateur ne peut pas ajouter de tranche de comptes.");
-    if (!enter_account("Txt_CpteDe", from) || !enter_account("Txt_CpteA", to)) return false;
+    if (!enter_account("Txt_CpteDe", "Cbo_CpteDe", from) || !enter_account("Txt_CpteA", "Cbo_CpteA", to))
+        return false;
     gestures::click(field<Field>("Cmd_OK"));
     return messages_.empty();
 }
@@ -119,7 +133,7 @@ bool EditionHost::assign_drafts(View& dialog) {
     }
     for (const std::string& key : options_.drafts) {
         const auto row = std::find_if(upper.rows().begin(), upper.rows().end(), [&](const std::string& text) {
-            return sequence_key(options_.entity, text) == key;
+            return sequence_key(options_.entity, text) == as_shown(key);
         });
         if (row == upper.rows().end())
             return refuse("La séquence « " + key + " » n'est pas parmi les séquences de saisie soldées.");

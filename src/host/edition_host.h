@@ -67,7 +67,7 @@ private:
     bool choose_year();
     bool enter_dates();
     bool enter_range(const std::string& from, const std::string& to);
-    bool enter_account(const char* number_field, const std::string& number);
+    bool enter_account(const char* number_field, const char* label_field, const std::string& number);
     bool set_options();
     bool check(std::string_view box, std::string_view option);
     bool assign_drafts(View& dialog);

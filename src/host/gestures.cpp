@@ -47,6 +47,18 @@ Reached at(Field& field, Action&& action) {
     return arrival == Arrival::unreachable ? Reached::no : Reached::yes;
 }
 
+// The same for a gesture on rows of the field.
+template <class Action>
+Reached at_rows(RowsField& field, const std::vector<int>& rows, Action&& action) {
+    const Arrival arrival = arrive(field);
+    if (arrival == Arrival::unreachable) return Reached::no;
+    if (arrival == Arrival::diverted) return Reached::yes;
+    for (const int row : rows)
+        if (row < 0 || row >= field.list_count()) return Reached::no_row;
+    std::forward<Action>(action)();
+    return Reached::yes;
+}
+
 void click_here(Field& field) {
     if (auto* box = dynamic_cast<CheckBoxField*>(&field)) box->set_value(box->value() == 1 ? 0 : 1);
     if (auto* option = dynamic_cast<OptionField*>(&field)) {
@@ -64,8 +76,16 @@ void press_on_button(Field& field, int key) {
         click_here(field);
 }
 
+constexpr Caret AT_THE_END{static_cast<std::size_t>(-1), 0};
+
 void insert_key(Field& field, int key, Caret caret) {
     const std::string& text = *text_of(field);
+    if (caret.at == AT_THE_END.at && key >= KEY_SPACE && key != 0x7F && field.spec().max_length == 0) {
+        std::string longer = text;
+        append_char(longer, static_cast<char32_t>(key));
+        put_text(field, std::move(longer));
+        return;
+    }
     const std::size_t length = char_count(text);
     caret.at = std::min(caret.at, length);
     caret.selected = std::min(caret.selected, length - caret.at);
@@ -87,8 +107,6 @@ void insert_key(Field& field, int key, Caret caret) {
     changed += chars_from(text, caret.at + caret.selected + 1);
     put_text(field, std::move(changed));
 }
-
-constexpr Caret AT_THE_END{static_cast<std::size_t>(-1), 0};
 
 void press_here(Field& field, int key, Caret caret = AT_THE_END) {
     if (field.KeyPress) field.KeyPress(key);
@@ -147,7 +165,7 @@ void tab(View& view, bool backwards) {
 }
 
 Reached pick(RowsField& field, int row) {
-    return at(field, [&] {
+    return at_rows(field, {row}, [&] {
         if (auto* list = dynamic_cast<ListField*>(&field); list != nullptr && list->spec().multi)
             list->select_only({row});
         field.pick(row);
@@ -159,14 +177,19 @@ Reached click(Field& field) {
 }
 
 Reached click_row(ListField& list, int row) {
-    return at(list, [&] {
+    return at_rows(list, {row}, [&] {
         if (list.spec().multi) list.set_selected(row, !list.selected(row));
         list.pick(row);
     });
 }
 
 Reached double_click(Field& field, std::optional<int> row) {
-    return at(field, [&] {
+    const auto raise = [&] {
+        if (field.DblClick && at_hand(field)) field.DblClick();
+    };
+    auto* rows = dynamic_cast<RowsField*>(&field);
+    if (rows == nullptr) return at(field, raise);
+    return at_rows(*rows, row ? std::vector<int>{*row} : std::vector<int>{}, [&] {
         if (auto* list = dynamic_cast<ListField*>(&field)) {
             if (row) {
                 if (list->spec().multi) list->set_selected(*row, true);
@@ -174,12 +197,12 @@ Reached double_click(Field& field, std::optional<int> row) {
             }
             if (list->list_index() < 0) return;
         }
-        if (field.DblClick && at_hand(field)) field.DblClick();
+        raise();
     });
 }
 
 Reached select_rows(ListField& list, const std::vector<int>& rows) {
-    return at(list, [&] {
+    return at_rows(list, rows, [&] {
         if (list.spec().multi)
             list.select_only(rows);
         else

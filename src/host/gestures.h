@@ -17,7 +17,8 @@
 
 namespace corvalissement {
 
-enum class Reached : bool { no, yes };
+// Whether a gesture found its field, and its row where it names one.
+enum class Reached { no, yes, no_row };
 
 namespace gestures {
 
@@ -41,7 +42,8 @@ Reached replace_text(Field& field, std::string_view text);
 Reached go_to(Field& field);
 // To the next (or previous) field in tab order that can take the focus.
 void tab(View& view, bool backwards = false);
-// Picks a row of a combo or list. REQUIRES that the row exists.
+// Picks a row of a combo or list. Which rows there are is seen once the field has the focus: the LostFocus
+// of the field left may have filled or emptied it.
 Reached pick(RowsField& field, int row);
 Reached click(Field& field);
 // A click on a row of a list; in a list of several it turns the row's selection over.

@@ -64,7 +64,9 @@ std::shared_ptr<PrintSurface> HeadlessHost::printer(int index) {
     return report_end(std::move(surface), [this](const PrintSurface& ended) { document_ended(ended); });
 }
 
+// The printer in force is the first of the list.
 std::shared_ptr<PrintSurface> HeadlessHost::default_printer() {
+    if (!settings_.printers.empty()) return printer(0);
     return report_end(make_text_surface("/dev/null", "(aucune)"),
                       [this](const PrintSurface& ended) { document_ended(ended); });
 }

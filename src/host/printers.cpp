@@ -3,6 +3,7 @@
 #include "data/dyn_array.h"
 #include "data/keys.h"
 #include "output/forwarding_surface.h"
+#include "output/output_file.h"
 #include "output/print_queue.h"
 #include "output/surfaces.h"
 #include "platform/failures.h"
@@ -10,7 +11,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cerrno>
-#include <cstring>
 #include <istream>
 
 #include <unistd.h>
@@ -35,6 +35,8 @@ PrinterEntry parse_entry(const std::string& line) {
     PrinterEntry entry{member(object, "nom", true), member(object, "port", false),
                        member(object, "sortie", false)};
     if (entry.name.empty()) throw StepFailure(ERR_PROPERTY, "« nom » est vide");
+    if (entry.output.find('\0') != std::string::npos)
+        throw StepFailure(ERR_PROPERTY, "« sortie » contient un caractère NUL");
     return entry;
 }
 
@@ -56,7 +58,7 @@ class QueueSurface final : public ForwardingSurface {
 public:
     QueueSurface(std::string queue, std::string file, const PrinterEntry& printer)
         : ForwardingSurface(make_pdf_surface(file, printer.name, printer.port)), queue_(std::move(queue)),
-          file_(std::move(file)) {}
+          file_(std::move(file)), unfinished_(file_) {}
     ~QueueSurface() override { remove_file(); }
     QueueSurface(const QueueSurface&) = delete;
     QueueSurface& operator=(const QueueSurface&) = delete;
@@ -75,6 +77,7 @@ private:
     }
     std::string queue_;
     std::string file_;
+    UnfinishedFile unfinished_;
     int copies_ = 1;
     bool sent_ = false;
 };
@@ -112,9 +115,13 @@ std::vector<PrinterEntry> printers_of_base(Store& store) {
 std::unique_ptr<PrintSurface> open_printer(const PrinterEntry& printer, const std::filesystem::path& folder) {
     if (printer.output.empty()) return make_text_surface(nowhere(), printer.name, printer.port);
     if (printer.output.starts_with(QUEUE_PREFIX)) {
-        std::string file = (std::filesystem::temp_directory_path() / "corvalissement-XXXXXX").string();
-        const int descriptor = ::mkstemp(file.data());
-        if (descriptor < 0) throw StepFailure(ERR_OUTPUT, file + " : " + std::strerror(errno), file);
+        std::error_code failed;
+        std::string file = (std::filesystem::temp_directory_path(failed) / "corvalissement-XXXXXX").string();
+        const int descriptor = failed ? -1 : ::mkstemp(file.data());
+        if (descriptor < 0)
+            throw StepFailure(
+                ERR_OUTPUT,
+                "dossier des fichiers temporaires : " + system_reason(failed ? failed.value() : errno), file);
         ::close(descriptor);
         return std::make_unique<QueueSurface>(printer.output.substr(QUEUE_PREFIX.size()), file, printer);
     }

@@ -145,15 +145,12 @@ private:
         return *typed;
     }
 
-    int row_of(const RowsField& rows) {
-        const int row = number_in(trim_blanks(rest_), "rang");
-        if (row < 0 || row >= rows.list_count())
-            refuse("le champ « " + name_ + " » n'a pas de rang " + std::to_string(row));
-        return row;
-    }
+    int row_number() { return number_in(trim_blanks(rest_), "rang"); }
 
     void check(Reached reached) {
         if (reached == Reached::no) write(host_.events_, {{"evt", "inaccessible"}, {"champ", name_}});
+        if (reached == Reached::no_row)
+            refuse("le champ « " + name_ + " » n'a pas de rang " + std::string(trim_blanks(rest_)));
     }
 
     void saisir() {
@@ -169,20 +166,19 @@ private:
     void tabuler() { gestures::tab(*host_.top_view()); }
     void choisir() {
         auto& rows = as<RowsField>(next_field(), "une liste");
-        check(gestures::pick(rows, row_of(rows)));
+        check(gestures::pick(rows, row_number()));
     }
     void cliquer() {
         Field& target = next_field();
         if (auto* list = dynamic_cast<ListField*>(&target); list != nullptr && !trim_blanks(rest_).empty())
-            check(gestures::click_row(*list, row_of(*list)));
+            check(gestures::click_row(*list, row_number()));
         else
             check(gestures::click(target));
     }
     void doubler() {
         Field& target = next_field();
         std::optional<int> row;
-        if (auto* rows = dynamic_cast<RowsField*>(&target); rows != nullptr && !trim_blanks(rest_).empty())
-            row = row_of(*rows);
+        if (dynamic_cast<RowsField*>(&target) != nullptr && !trim_blanks(rest_).empty()) row = row_number();
         check(gestures::double_click(target, row));
     }
     void selectionner() {
@@ -191,8 +187,7 @@ private:
         std::string_view numbers = trim_blanks(rest_);
         while (!numbers.empty()) {
             const std::size_t end = std::min(numbers.find(','), numbers.size());
-            rest_ = numbers.substr(0, end);
-            rows.push_back(row_of(list));
+            rows.push_back(number_in(trim_blanks(numbers.substr(0, end)), "rang"));
             numbers.remove_prefix(std::min(end + 1, numbers.size()));
         }
         check(gestures::select_rows(list, rows));

@@ -441,14 +441,18 @@ private:
 
 } // namespace
 
+std::string fault_of_options(const MadeUpOptions& options) {
+    if (options.lines > MOST_LINES || options.accounts > 1'000'000)
+        return "une base de cette taille n'est pas possible : 10 000 000 de lignes et "
+               "1 000 000 de comptes au plus";
+    if (options.drafts > std::size(JOURNALS) * 2 * ORDERS.size() * LINES_OF_SEQUENCE)
+        return "trop de lignes de brouillard : une séquence en tient 99 999 au plus";
+    return {};
+}
+
 void make_up_base(Store& store, const MadeUpOptions& options,
                   const std::function<void(double fraction)>& progress) {
-    if (options.lines > MOST_LINES || options.accounts > 1'000'000)
-        throw BadInput("", 0,
-                       "une base de cette taille n'est pas possible : 10 000 000 de lignes et "
-                       "1 000 000 de comptes au plus");
-    if (options.drafts > std::size(JOURNALS) * 2 * ORDERS.size() * LINES_OF_SEQUENCE)
-        throw BadInput("", 0, "trop de lignes de brouillard : une séquence en tient 99 999 au plus");
+    if (std::string fault = fault_of_options(options); !fault.empty()) throw BadInput("", 0, fault);
     Transaction transaction(store);
     std::string standing;
     if (store.read(store.file(files::ASSOCIATION), ENTITY, standing))

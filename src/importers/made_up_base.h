@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 
 namespace corvalissement {
 
@@ -14,6 +15,9 @@ struct MadeUpOptions {
     std::uint64_t seed = 1;
     std::uint64_t drafts = 0; // lines of draft sequences
 };
+
+// Why no base of these sizes can be made, in French; "" when it can.
+[[nodiscard]] std::string fault_of_options(const MadeUpOptions& options);
 
 // Fills the entity "001" in one transaction: year N is 2024, N + 1 is 2025, and 2023 lies in the archive.
 // Every entry balances, and so does every draft sequence (a single line on its own has the amount 0).

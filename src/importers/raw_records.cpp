@@ -274,6 +274,10 @@ void load_records(Store& store, std::istream& input, const std::string& name,
     while (lines.next(line)) {
         if (line.find_first_not_of(" \t\r") == std::string::npos) continue;
         reader.start();
+        // The parser would take a NUL for the end of the line, and a byte order mark for nothing.
+        if (line.find('\0') != std::string::npos) throw BadInput(name, lines.number(), "un caractère NUL");
+        if (lines.number() > 1 && line.starts_with("\xEF\xBB\xBF"))
+            throw BadInput(name, lines.number(), "une marque d'ordre des octets au milieu du fichier");
         if (!nlohmann::json::sax_parse(line, &reader)) throw BadInput(name, lines.number(), reader.fault);
         store.write(store.file(reader.file), reader.record_key, reader.record);
         if (length > 0 && (lines.number() & 0x3FFU) == 0)

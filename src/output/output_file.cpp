@@ -2,13 +2,18 @@
 
 #include "platform/failures.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
 #include <filesystem>
+#include <map>
+#include <set>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -30,7 +35,8 @@ struct Reason {
 };
 
 constexpr std::array REASONS{
-    Reason{ENOENT, "le dossier n'existe pas"},
+    Reason{ENOENT, "le fichier ou le dossier n'existe pas"},
+    Reason{EEXIST, "un autre fichier porte ce nom"},
     Reason{ENOTDIR, "le chemin passe par un fichier qui n'est pas un dossier"},
     Reason{EISDIR, "c'est un dossier"},
     Reason{EACCES, "l'accès est refusé"},
@@ -73,6 +79,50 @@ std::string temporary_name(const std::string& folder) {
     return folder + "/.corvalissement-" + std::to_string(::getpid()) + "-" + std::to_string(++count) + ".tmp";
 }
 
+// The files that no output may replace, as the system tells them apart. A base that is made comes to stand
+// under its path later, so the path is looked at anew each time.
+std::map<const GuardedFile*, std::string>& guarded_paths() {
+    static std::map<const GuardedFile*, std::string> paths;
+    return paths;
+}
+
+bool is_guarded(const struct stat& status) {
+    return std::any_of(guarded_paths().begin(), guarded_paths().end(), [&](const auto& guard) {
+        struct stat guarded {};
+        return ::stat(guard.second.c_str(), &guarded) == 0 && guarded.st_ino == status.st_ino &&
+               guarded.st_dev == status.st_dev;
+    });
+}
+
+// Whether a name is one that `temporary_name` gives.
+bool is_temporary(const std::string& name) {
+    constexpr std::string_view BEGIN = ".corvalissement-";
+    constexpr std::string_view END = ".tmp";
+    return name.starts_with(BEGIN) && name.ends_with(END) && name.size() > BEGIN.size() + END.size();
+}
+
+// A temporary file is locked by the process that writes it. One that is not, and has not just been made, is
+// of a process that was killed.
+void remove_if_abandoned(const std::string& path) {
+    constexpr std::time_t JUST_NOW = 60;
+    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (descriptor < 0) return;
+    struct stat status {};
+    const bool old = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+                     status.st_mtime + JUST_NOW < std::time(nullptr);
+    if (old && ::flock(descriptor, LOCK_EX | LOCK_NB) == 0) static_cast<void>(::unlink(path.c_str()));
+    static_cast<void>(::close(descriptor));
+}
+
+// Once a folder and process: reading a large folder takes its time.
+void clear_abandoned(const std::string& folder) {
+    static std::set<std::string> cleared;
+    if (!cleared.insert(folder).second) return;
+    std::error_code failed;
+    for (fs::directory_iterator entry(folder, failed), end; !failed && entry != end; entry.increment(failed))
+        if (is_temporary(entry->path().filename().string())) remove_if_abandoned(entry->path().string());
+}
+
 } // namespace
 
 std::string system_reason(int error_number) {
@@ -80,6 +130,9 @@ std::string system_reason(int error_number) {
         if (reason.number == error_number) return std::string(reason.text);
     return "erreur " + std::to_string(error_number) + " du système";
 }
+
+GuardedFile::GuardedFile(const std::string& path) { guarded_paths().emplace(this, path); }
+GuardedFile::~GuardedFile() { guarded_paths().erase(this); }
 
 OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
     buffer_.reserve(BUFFER_BYTES);
@@ -94,6 +147,7 @@ void OutputFile::open() {
     struct stat status {};
     const bool there = ::stat(path_.c_str(), &status) == 0;
     if (!there && errno != ENOENT) return fail_with_errno(errno);
+    if (there && is_guarded(status)) return fail("c'est la base elle-même");
     if (there && S_ISDIR(status.st_mode)) return fail_with_errno(EISDIR);
     if (names_a_descriptor(path_) || (there && !S_ISREG(status.st_mode))) return open_straight(path_);
     if (there && ::access(path_.c_str(), W_OK) != 0) return fail_with_errno(errno);
@@ -112,14 +166,18 @@ void OutputFile::open_straight(const std::string& target) {
 
 // `mode` is that of the file to be replaced, -1 for a new one.
 void OutputFile::open_temporary(int mode) {
+    clear_abandoned(folder_);
     do {
         temporary_ = temporary_name(folder_);
         descriptor_ = ::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, NEW_FILE_MODE);
     } while (descriptor_ < 0 && errno == EEXIST);
     if (descriptor_ < 0) {
         temporary_.clear();
-        fail_with_errno(errno);
-    } else if (mode >= 0 && ::fchmod(descriptor_, static_cast<mode_t>(mode)) != 0) {
+        return fail_with_errno(errno);
+    }
+    unfinished_ = UnfinishedFile(temporary_);
+    static_cast<void>(::flock(descriptor_, LOCK_EX | LOCK_NB));
+    if (mode >= 0 && ::fchmod(descriptor_, static_cast<mode_t>(mode)) != 0) {
         fail_with_errno(errno);
     }
 }
@@ -180,6 +238,7 @@ void OutputFile::commit() {
 void OutputFile::put_in_place() {
     if (::rename(temporary_.c_str(), target_.c_str()) != 0) return fail_with_errno(errno);
     temporary_.clear();
+    unfinished_ = UnfinishedFile();
     // The file is complete whatever comes of this: bringing the name to the disk only shortens the moment
     // in which a power cut would show the earlier file.
     const int folder = ::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -192,6 +251,7 @@ void OutputFile::discard() noexcept {
     close_descriptor();
     if (!temporary_.empty()) static_cast<void>(::unlink(temporary_.c_str()));
     temporary_.clear();
+    unfinished_ = UnfinishedFile();
 }
 
 } // namespace corvalissement

@@ -2,6 +2,8 @@
 // name in the same folder; `commit` brings it to the disk and renames it. Whatever ends earlier (a failure,
 // an exception, the destruction of the object) removes that file and leaves what stood under the name.
 //
+// What a run that was killed has left of its own in that folder is cleared away by the next output there.
+//
 // A name that stands for something other than a regular file (a terminal, a pipe, /dev/stdout) is written
 // to directly, since there is nothing to rename. A symbolic link is followed: what it points to is replaced.
 //
@@ -10,6 +12,8 @@
 // Not thread-safe.
 #pragma once
 
+#include "output/unfinished_files.h"
+
 #include <string>
 #include <string_view>
 
@@ -17,6 +21,16 @@ namespace corvalissement {
 
 // What a person is told of a system error number (errno), in French: "le disque est plein".
 [[nodiscard]] std::string system_reason(int error_number);
+
+// A file that no output of this process may take the place of, whatever name or link leads to it: the base
+// that is being read. For as long as the object lives.
+class GuardedFile {
+public:
+    explicit GuardedFile(const std::string& path);
+    ~GuardedFile();
+    GuardedFile(const GuardedFile&) = delete;
+    GuardedFile& operator=(const GuardedFile&) = delete;
+};
 
 class OutputFile {
 public:
@@ -59,8 +73,9 @@ private:
     std::string folder_;
     std::string target_;    // what takes the complete file; "" when written to directly
     std::string temporary_; // "" when there is none on the disk
-    std::string buffer_;    // never grows past its first capacity, so that `write` allocates nothing
-    std::string reason_;    // the first failure, "" when there is none
+    UnfinishedFile unfinished_;
+    std::string buffer_; // never grows past its first capacity, so that `write` allocates nothing
+    std::string reason_; // the first failure, "" when there is none
     int descriptor_ = -1;
     bool committed_ = false;
 };

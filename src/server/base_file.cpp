@@ -5,12 +5,15 @@
 #include "server/sqlite_base.h"
 
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace corvalissement {
 
@@ -50,25 +53,21 @@ void check_header(const std::string& path, const Header& header, std::uintmax_t 
         refuse(path, "la base est abîmée (fichier tronqué)");
 }
 
-// The folder of a base while the base is put there: one process at a time, and its new names safe on the
-// disk in the end. Where folders know no locks the work goes on without.
-class FolderInHand {
-public:
-    explicit FolderInHand(const std::filesystem::path& folder)
-        : descriptor_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-        if (descriptor_ >= 0) static_cast<void>(::flock(descriptor_, LOCK_EX));
-    }
-    ~FolderInHand() {
-        if (descriptor_ < 0) return;
-        static_cast<void>(::fsync(descriptor_));
-        ::close(descriptor_);
-    }
-    FolderInHand(const FolderInHand&) = delete;
-    FolderInHand& operator=(const FolderInHand&) = delete;
+// What the engine and the locks keep beside a base.
+constexpr std::array<const char*, 4> BESIDE = {"-wal", "-shm", "-journal", "-verrous"};
 
-private:
-    int descriptor_;
-};
+// Brings the folder's new names to the disk.
+void keep_names(const std::string& folder) {
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) return;
+    static_cast<void>(::fsync(descriptor));
+    ::close(descriptor);
+}
+
+std::string folder_of(const std::string& path) {
+    const std::string folder = std::filesystem::path(path).parent_path().string();
+    return folder.empty() ? "." : folder;
+}
 
 void fill_new_base(const std::string& temporary, const std::string& shown) {
     SqliteConnection connection(shown);
@@ -84,19 +83,6 @@ void fill_new_base(const std::string& temporary, const std::string& shown) {
         "CREATE TABLE fichiers(numero INTEGER PRIMARY KEY, nom BLOB NOT NULL UNIQUE);" +
         "COMMIT;PRAGMA journal_mode=WAL;";
     connection.run(statements.c_str());
-}
-
-// Puts the finished file under its name, but never over a base that came about meanwhile.
-void publish(const std::string& temporary, const std::string& path, const std::filesystem::path& folder) {
-    const FolderInHand in_hand(folder);
-    if (check_base_file(path) == BaseState::present) return;
-    // The log of a base that was killed and then deleted would be taken for a part of the new one.
-    std::error_code failed;
-    for (const char* rest : {"-wal", "-shm"})
-        std::filesystem::remove(path + rest, failed);
-    if (::link(temporary.c_str(), path.c_str()) == 0) return;
-    std::filesystem::rename(temporary, path, failed); // over an empty file, or where links don't exist
-    if (failed) refuse(path, "la base ne peut pas être créée (chemin ou droits)");
 }
 
 } // namespace
@@ -120,23 +106,86 @@ BaseState check_base_file(const std::string& path) {
     return BaseState::present;
 }
 
-void create_base_file(const std::string& path) {
-    std::filesystem::path folder = std::filesystem::path(path).parent_path();
-    if (folder.empty()) folder = ".";
+NewBase::NewBase(std::string path) : path_(std::move(path)), aside_(path_ + ".creation") {
     std::error_code failed;
-    if (!std::filesystem::is_directory(folder, failed)) refuse(path, "le dossier de la base n'existe pas");
-    static int made = 0; // several bases can be made at once in one process
-    const std::string temporary =
-        path + ".creation-" + std::to_string(::getpid()) + "-" + std::to_string(++made);
+    if (check_base_file(path_) == BaseState::present) return;
+    if (!std::filesystem::is_directory(folder_of(path_), failed))
+        refuse(path_, "le dossier de la base n'existe pas");
+    while (!take_place()) {
+    }
+    if (!needed()) return;
+    unfinished_[0] = UnfinishedFile(aside_);
+    unfinished_[1] = UnfinishedFile(aside_ + "-wal");
+    unfinished_[2] = UnfinishedFile(aside_ + "-shm");
     try {
-        std::filesystem::remove(temporary, failed); // of a process of the same number, long dead
-        fill_new_base(temporary, path);
-        publish(temporary, path, folder);
+        fill_new_base(aside_, path_);
     } catch (...) {
-        std::filesystem::remove(temporary, failed);
+        clear_aside();
+        ::close(descriptor_);
         throw;
     }
-    std::filesystem::remove(temporary, failed);
+}
+
+// True when this process makes the base, or when there is none to make any more. False when the file aside
+// that was waited for has become the base, or has gone: whoever comes next makes a new one.
+bool NewBase::take_place() {
+    descriptor_ = ::open(aside_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (descriptor_ < 0) refuse(path_, "la base ne peut pas être créée (chemin ou droits)");
+    int locked = 0;
+    do {
+        locked = ::flock(descriptor_, LOCK_EX);
+    } while (locked != 0 && errno == EINTR);
+    struct stat ours {};
+    struct stat there {};
+    const bool standing = ::fstat(descriptor_, &ours) == 0 && ::stat(aside_.c_str(), &there) == 0 &&
+                          ours.st_ino == there.st_ino && ours.st_dev == there.st_dev;
+    const bool made = check_base_file(path_) == BaseState::present;
+    if (standing && !made) {
+        // Of a process that was killed on the way, perhaps.
+        for (const char* beside : BESIDE)
+            static_cast<void>(::unlink((aside_ + beside).c_str()));
+        if (::ftruncate(descriptor_, 0) == 0) return true;
+        refuse(path_, "la base ne peut pas être créée (chemin ou droits)");
+    }
+    if (standing) clear_aside();
+    ::close(descriptor_);
+    descriptor_ = -1;
+    return made;
+}
+
+void NewBase::clear_aside() const noexcept {
+    static_cast<void>(::unlink(aside_.c_str()));
+    for (const char* beside : BESIDE)
+        static_cast<void>(::unlink((aside_ + beside).c_str()));
+}
+
+NewBase::~NewBase() {
+    if (!needed()) return;
+    clear_aside();
+    ::close(descriptor_);
+}
+
+void NewBase::publish() {
+    const BaseState state = check_base_file(path_);
+    if (state == BaseState::present)
+        refuse(path_, "une base de ce nom vient d'être mise là ; rien n'y a été changé");
+    // The log of a base that was killed and then deleted would be taken for a part of the new one.
+    for (const char* beside : BESIDE)
+        static_cast<void>(::unlink((path_ + beside).c_str()));
+    if (state == BaseState::empty || ::link(aside_.c_str(), path_.c_str()) != 0) {
+        std::error_code failed;
+        std::filesystem::rename(aside_, path_, failed); // over an empty file, or where links don't exist
+        if (failed) refuse(path_, "la base ne peut pas être créée (chemin ou droits)");
+    }
+    clear_aside();
+    keep_names(folder_of(path_));
+    ::close(descriptor_);
+    descriptor_ = -1;
+}
+
+void create_base_file(const std::string& path) {
+    NewBase base(path);
+    if (base.needed()) base.publish();
 }
 
 } // namespace corvalissement

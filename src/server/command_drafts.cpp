@@ -22,9 +22,8 @@ constexpr std::array TEMPORARY = {files::BALANCEGENETEMPO, files::BALANCEANALTEM
                                   files::DETAILECRITUREGENETEMPO};
 constexpr std::string_view LAST_EMPTIED = files::DETAILECRITUREGENETEMPO;
 
-// Names on which the session's locks tell how far its edition is. No record has such a key.
-constexpr std::string_view EDITION = "*edition*";  // the files are this session's
-constexpr std::string_view USED = "*affectation*"; // and drafts have been assigned or printed
+// The name under which a session keeps the files. No record has such a key.
+constexpr std::string_view EDITION = "*edition*";
 
 constexpr std::size_t SEQUENCE_CHARS = 8;
 constexpr std::size_t LINE_CHARS = 5;
@@ -37,15 +36,9 @@ void keep_files(ServerSession& session) {
                           std::string(files::BALANCEGENETEMPO));
 }
 
-void note_use(ServerSession& session) {
-    // Nobody else takes this name without holding the files.
-    static_cast<void>(session.lock(files::BALANCEGENETEMPO, USED));
-}
+void free_files(ServerSession& session) { session.unlock(files::BALANCEGENETEMPO, EDITION); }
 
-void free_files(ServerSession& session) {
-    session.unlock(files::BALANCEGENETEMPO, USED);
-    session.unlock(files::BALANCEGENETEMPO, EDITION);
-}
+bool keeps_files(const ServerSession& session) { return session.holds(files::BALANCEGENETEMPO, EDITION); }
 
 [[noreturn]] void refuse_line(const std::string& key, const std::string& reason) {
     throw StepFailure(
@@ -92,6 +85,7 @@ public:
 private:
     struct Entry {
         std::int64_t day;
+        std::string date; // as the line holds it
         std::string key;
     };
     struct Balance {
@@ -134,10 +128,13 @@ private:
         Balance& balance = gathered_[std::string(year).append(account)];
         add(balance.debit, line, record(entry::DEBIT));
         add(balance.credit, line, record(entry::CREDIT));
-        balance.entries.push_back({day_of(line, record(entry::DATE)), std::move(key)});
+        balance.entries.push_back(
+            {day_of(line, record(entry::DATE)), std::string(record(entry::DATE)), std::move(key)});
     }
 
+    // A line without a date comes before those that have one.
     static std::int64_t day_of(const std::string& line, std::string_view date) {
+        if (date.empty()) return INT64_MIN;
         try {
             return day_number(date);
         } catch (const StepFailure& failure) {
@@ -162,7 +159,7 @@ private:
         std::string keys;
         for (const Entry& entry : balance.entries) {
             const bool first = keys.empty();
-            DynArray::append_value(dates, std::to_string(entry.day), first);
+            DynArray::append_value(dates, entry.date, first);
             DynArray::append_value(keys, entry.key, first);
         }
         DynArray record;
@@ -192,22 +189,21 @@ void empty_file(ServerSession& session, std::string_view name) {
                           "VIDER-FICHIER : " + std::string(name) + " n'est pas un fichier temporaire",
                           std::string(name));
     }
-    keep_files(session);
+    const DraftsInUse held(session);
     store.clear(store.file(name));
-    if (name == LAST_EMPTIED && session.holds(files::BALANCEGENETEMPO, USED)) free_files(session);
+    if (name == LAST_EMPTIED) free_files(session);
 }
+
+void require_drafts_free(ServerSession& session) { const DraftsInUse held(session); }
 
 void assign_drafts(ServerSession& session, std::string_view list) {
     const std::vector<std::string> sequences = sequences_of(list);
     keep_files(session);
-    note_use(session);
     Assignment(session.store()).run(sequences);
 }
 
-DraftsInUse::DraftsInUse(ServerSession& session)
-    : session_(session), held_before_(session.holds(files::BALANCEGENETEMPO, EDITION)) {
+DraftsInUse::DraftsInUse(ServerSession& session) : session_(session), held_before_(keeps_files(session)) {
     keep_files(session);
-    if (held_before_) note_use(session);
 }
 
 DraftsInUse::~DraftsInUse() {

@@ -1,7 +1,8 @@
 // The temporary ledger files, which show draft entries in an edition. They are common to all users of a
-// base, so a session keeps them to itself for as long as its edition lasts: from its first emptying, through
-// the assignment, to the emptying that follows. Another session's emptying or assignment fails meanwhile
-// (ERR_STORE) rather than mix two editions. They are free again when the session ends, however it ends.
+// base, so a session keeps them to itself from the assignment that fills them to the emptying that follows
+// the edition. Another session's emptying, assignment or query of them fails meanwhile (ERR_STORE) rather
+// than mix two editions; as long as nothing is assigned, several users can have the dialog before them. The
+// files are free again when the session ends, however it ends.
 #pragma once
 
 #include <string_view>
@@ -12,7 +13,7 @@ class ServerSession;
 
 // Empties a temporary file. A file that holds no record, or that nobody knows, is left as it is; any other
 // is refused (ERR_COMMAND), because nothing but the accounting application may take its records away.
-// Emptying the entries, which comes last, gives the files free once this session has used them.
+// Emptying the entries, which comes last, gives the files free.
 void empty_file(ServerSession& session, std::string_view name);
 
 // Fills the temporary files from the draft sequences of `list`, keys of 8 characters with "/" between them,
@@ -20,6 +21,9 @@ void empty_file(ServerSession& session, std::string_view name);
 // same records; a sequence named twice counts once, and one that has no line is skipped. One transaction: a
 // line that cannot be taken in fails it as a whole (ERR_COMMAND with the line's key).
 void assign_drafts(ServerSession& session, std::string_view list);
+
+// Throws ERR_STORE when another session keeps the temporary files: what stands in them is not for this one.
+void require_drafts_free(ServerSession& session);
 
 // Holds the temporary files for an edition that prints them. Throws ERR_STORE when another session has
 // them. A session that held none before gives them free at the end.

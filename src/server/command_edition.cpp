@@ -16,6 +16,7 @@
 #include "server/session.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -128,8 +129,14 @@ private:
     }
 
     void print_list(const std::string& path, const std::string& printer) {
-        const auto surface = limit_columns(make_text_surface(path, printer));
-        print(*surface);
+        print(*list_surface(path, printer));
+    }
+
+    // What a printer takes is text of so many columns, unless the name of its file asks for another kind.
+    static std::unique_ptr<PrintSurface> list_surface(const std::string& path, const std::string& printer) {
+        const std::string ending = capitals(std::filesystem::path(path).extension().string());
+        if (ending == ".PDF" || ending == ".JSONL") return make_surface(path, printer);
+        return limit_columns(make_text_surface(path, printer));
     }
 
     void make_graphic_file() {

@@ -96,6 +96,7 @@ TemporaryFile::TemporaryFile() {
     path_ = (fs::temp_directory_path(failed) / "corvalissement-XXXXXX").string();
     const int descriptor = failed ? -1 : ::mkstemp(path_.data());
     if (descriptor < 0) output_failure(path_, failed ? failed.value() : errno);
+    unfinished_ = UnfinishedFile(path_);
     static_cast<void>(::close(descriptor));
 }
 
@@ -106,6 +107,7 @@ GraphicFile::GraphicFile(const std::string& base_path, std::string_view entity, 
     static std::atomic<unsigned> count{0};
     working_path_ =
         folder_ + "/." + stem_ + std::to_string(::getpid()) + "-" + std::to_string(++count) + ".tmp.pdf";
+    unfinished_ = UnfinishedFile(working_path_);
 }
 
 GraphicFile::~GraphicFile() { static_cast<void>(::unlink(working_path_.c_str())); }

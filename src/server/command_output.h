@@ -1,6 +1,7 @@
 // Where an edition of the server goes while it is made.
 #pragma once
 
+#include "output/unfinished_files.h"
 #include "platform/print_surface.h"
 
 #include <memory>
@@ -28,6 +29,7 @@ public:
 
 private:
     std::string path_;
+    UnfinishedFile unfinished_;
 };
 
 // A PDF to be in the folder LIENCOMPTA beside the base, which is made when it is not there. It is written
@@ -52,6 +54,7 @@ private:
     std::string folder_;
     std::string stem_;
     std::string working_path_;
+    UnfinishedFile unfinished_;
 };
 
 } // namespace corvalissement

@@ -3,6 +3,7 @@
 // Small records lie in the key's own tree; those of the balance files, which grow with the entries of an
 // account, lie apart from their keys, so that a walk over keys doesn't wade through them.
 #include "data/keys.h"
+#include "output/output_file.h"
 #include "platform/failures.h"
 #include "server/base_file.h"
 #include "server/record_locks.h"
@@ -48,7 +49,9 @@ std::string immutable_name(const std::string& path) {
 
 class EmbeddedStore final : public Store {
 public:
-    EmbeddedStore(const std::string& path, int patience_ms) : path_(path), connection_(path), locks_(path) {
+    // `shown` is the base as the user knows it.
+    EmbeddedStore(const std::string& path, const std::string& shown, int patience_ms)
+        : path_(path), guarded_(path), connection_(shown), locks_(path) {
         open(patience_ms);
     }
     ~EmbeddedStore() override {
@@ -117,6 +120,7 @@ private:
     }
 
     std::string path_;
+    GuardedFile guarded_;
     SqliteConnection connection_;
     RecordLocks locks_;
     SqliteStatement find_;
@@ -424,7 +428,16 @@ std::unique_ptr<Store> open_embedded_store(const std::string& path, OpenMode mod
                               path);
         create_base_file(path);
     }
-    return std::make_unique<EmbeddedStore>(path, patience_ms);
+    return std::make_unique<EmbeddedStore>(path, path, patience_ms);
+}
+
+void fill_embedded_store(const std::string& path, const std::function<void(Store&)>& fill) {
+    NewBase made(path);
+    {
+        EmbeddedStore store(made.needed() ? made.aside() : path, path, WRITER_PATIENCE_MS);
+        fill(store);
+    }
+    if (made.needed()) made.publish();
 }
 
 } // namespace corvalissement

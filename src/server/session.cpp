@@ -1,6 +1,8 @@
 #include "server/session.h"
 
+#include "data/keys.h"
 #include "platform/failures.h"
+#include "server/command_drafts.h"
 #include "server/query_run.h"
 
 #include <set>
@@ -98,6 +100,7 @@ std::shared_ptr<TarvexFile> ServerSession::DBOpen(std::string_view file_name) {
 }
 
 DynArray ServerSession::DBSelect(std::string_view request, std::string_view, std::string&) {
+    if (DynArray(std::string(request))(2) == files::BALANCEGENETEMPO) require_drafts_free(*this);
     // A query that looks at two files sees both in one state.
     const ReadingScope reading(*this);
     return run_request(*shared_->store, request);

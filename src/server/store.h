@@ -93,6 +93,10 @@ inline constexpr int WRITER_PATIENCE_MS = 5000;
 [[nodiscard]] std::unique_ptr<Store> open_embedded_store(const std::string& path, OpenMode mode,
                                                          int patience_ms = WRITER_PATIENCE_MS);
 
+// Runs `fill` on the base of that path. Where there is none a new one is made, which appears under its name
+// only when `fill` has returned: a failure or a kill on the way leaves nothing there.
+void fill_embedded_store(const std::string& path, const std::function<void(Store&)>& fill);
+
 // A base in memory, and a store on it. Stores on the same base are two users of it.
 class MemoryBase;
 [[nodiscard]] std::shared_ptr<MemoryBase> make_memory_base();

@@ -130,6 +130,14 @@ TEST_F(CommandsTest, the_assignment_gathers_lines_by_account_in_order_of_date_th
     }
     EXPECT_EQ(get(files::BALANCEGENETEMPO, "N10014110000000")(3), "-9");
     EXPECT_EQ(get(files::DETAILECRITUREGENETEMPO, "001ACN100002N1")(3), "0016000000000");
+    // A line without a date is taken in too, before the others.
+    draft("001VEN0400001", 45300, "7", "");
+    put(files::BROUILLARDDETAIL, "001VEN0400002", {"", "", "0014110000000", "Sans date", "P", "1", ""});
+    ASSERT_EQ(run("AFFECTCOMPTATEMPO 001VEN04"), 0);
+    EXPECT_EQ(get(files::BALANCEGENETEMPO, "N00014110000000")(balance::DATES), "\xFD"
+                                                                               "45300");
+    EXPECT_EQ(get(files::BALANCEGENETEMPO, "N00014110000000")(balance::ENTRIES, 1), "001VEN400002N0");
+    ASSERT_EQ(run("AFFECTCOMPTATEMPO 001VEN02/001ACN01"), 0);
     const Records before = records_of(store(), "BALANCEGENETEMPO");
     for (const auto& [day, debit, account] :
          {std::tuple{45300, "x", "0014110000000"}, {45300, "1", "001411"}}) {
@@ -156,15 +164,24 @@ TEST_F(CommandsTest, the_temporary_files_serve_one_edition_at_a_time) {
     draft("001VEN0200001", 45300, "5", "");
     auto other = session();
     std::string text;
+    const auto select = [&](ServerSession& from) {
+        return error_of([&] {
+            std::string work;
+            static_cast<void>(from.DBSelect(
+                query_request("SSELECT BALANCEGENETEMPO PAR 0", "BALANCEGENETEMPO", "0"), "", work));
+        });
+    };
     ASSERT_EQ(empty_all(*session_), 0);
-    EXPECT_EQ(empty_all(*other), ERR_STORE); // kept behind the first emptying, the dialog being open
-    EXPECT_EQ(run(*other, "AFFECTCOMPTATEMPO 001VEN02", &text), ERR_STORE);
-    EXPECT_EQ(text, "les fichiers temporaires sont tenus par une autre édition");
+    EXPECT_EQ(empty_all(*other), 0); // two users before the dialog
     ASSERT_EQ(run("AFFECTCOMPTATEMPO 001VEN02"), 0);
     EXPECT_EQ(empty_all(*other), ERR_STORE);
+    EXPECT_EQ(run(*other, "AFFECTCOMPTATEMPO 001VEN02", &text), ERR_STORE);
+    EXPECT_EQ(text, "les fichiers temporaires sont tenus par une autre édition");
+    EXPECT_EQ(select(*other), ERR_STORE); // and what is in them is not for him
+    EXPECT_EQ(select(*session_), 0);
     EXPECT_EQ(records_of(store(), "BALANCEGENETEMPO").size(), 1U);
     ASSERT_EQ(empty_all(*session_), 0);
-    EXPECT_EQ(empty_all(*other), 0);
+    ASSERT_EQ(run(*other, "AFFECTCOMPTATEMPO 001VEN02"), 0);
     EXPECT_EQ(empty_all(*session_), ERR_STORE);
     const auto file = other->DBOpen("TEMPO"); // outlives the session
     other.reset();
@@ -294,7 +311,7 @@ TEST_F(CommandsTest, an_edition_that_cannot_be_made_fails_and_leaves_nothing) {
     EXPECT_EQ(run(list), 0);
     EXPECT_NE(bytes_of(folder_ / "liste.txt"), "");
     auto other = session();
-    ASSERT_EQ(empty_all(*other), 0);
+    ASSERT_EQ(run(*other, "AFFECTCOMPTATEMPO 001VEN09"), 0);
     put(files::TEMPO, "BALANCEGENETEMPOJEAN", {"|"});
     EXPECT_EQ(run(drafts), ERR_STORE); // another edition has the drafts
 }
