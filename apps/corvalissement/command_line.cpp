@@ -96,6 +96,16 @@ bool has_number(const Failures& failures, int number) {
                        [&](const auto& told) { return told.second.number() == number; });
 }
 
+void finish_options(CLI::App& command) {
+    const CLI::Validator given(
+        [](std::string& text) { return std::string(text.empty() ? "valeur vide" : ""); }, "");
+    for (CLI::Option* option : command.get_options()) {
+        if (option->get_type_size() == 0 || option->get_name() == "--adresse") continue;
+        option->check(given);
+        if (!option->get_positional()) option->allow_extra_args(false);
+    }
+}
+
 CLI::Validator one_of(std::vector<std::string> values) {
     return {[values = std::move(values)](std::string& text) -> std::string {
                 if (std::find(values.begin(), values.end(), text) != values.end()) return "";

@@ -77,6 +77,10 @@ using Failures = std::vector<std::pair<std::string, StepFailure>>;
 void tell_skipped(const Failures& failures);
 [[nodiscard]] bool has_number(const Failures& failures, int number);
 
+// The last touch to a subcommand: an option that is given has a value, and each of its values is one text,
+// whatever brackets and commas stand in it.
+void finish_options(CLI::App& command);
+
 // Checks of values, with their refusal in French.
 [[nodiscard]] CLI::Validator one_of(std::vector<std::string> values);
 [[nodiscard]] CLI::Validator between(std::int64_t lowest, std::int64_t highest);

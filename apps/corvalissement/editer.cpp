@@ -4,11 +4,13 @@
 #include "data/util_object.h"
 #include "host/edition_host.h"
 #include "host/scripted_host.h"
+#include "importers/bad_input.h"
 #include "platform/text.h"
 #include "server/commands.h"
 #include "server/session.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <optional>
@@ -44,11 +46,12 @@ HostSettings host_settings(const std::string& today, const std::string& user, co
 
 std::vector<PrinterEntry> printers_of_file(const std::string& path) {
     std::ifstream input(path, std::ios::binary);
-    if (!input) throw UsageError("--imprimantes : le fichier « " + path + " » ne peut être lu");
+    if (!input || std::filesystem::is_directory(path))
+        throw BadInput(path, 0, "cette liste d'imprimantes ne peut pas être lue");
     try {
         return read_printers(input, path);
     } catch (const StepFailure& failure) {
-        throw UsageError("--imprimantes : " + failure.text());
+        throw BadInput("", 0, failure.text());
     }
 }
 
@@ -191,11 +194,12 @@ int run_piloter(const PiloterOptions& options) {
     }
     ScriptedHost host(std::move(settings), std::cin, std::cout,
                       [&] { return open_embedded_store(options.base, OpenMode::must_exist); });
-    host.run(open_session(std::move(store), options.base, host));
-    std::cout.flush();
-    tell_skipped(host.failures());
-    require_standard_output();
+    const auto failed = host.run(open_session(std::move(store), options.base, host));
     const auto& failures = host.failures();
+    tell_skipped(failures);
+    require_standard_output();
+    if (failed) complain(failed->text());
+    if (failed && failed->number() == ERR_STORE) return INPUT_OUTPUT;
     if (has_number(failures, ERR_OUTPUT)) return INPUT_OUTPUT;
     return host.pages_printed() > 0 && !failures.empty() ? SKIPPED : DONE;
 }
@@ -234,6 +238,7 @@ void add_editer(CLI::App& app, Run& run) {
         ->check(between(1, 32767));
     command->add_option("--utilisateur", options->user, "Nom de l'utilisateur");
     command->add_option("--ordinateur", options->computer, "Nom de l'ordinateur");
+    finish_options(*command);
     command->callback([options, &run] { run = [options] { return run_editer(*options); }; });
 }
 
@@ -242,12 +247,14 @@ void add_piloter(CLI::App& app, Run& run) {
     CLI::App* command =
         app.add_subcommand("piloter", "Conduit la vue par un script lu sur l'entrée standard");
     command->add_option("--base", options->base, "Base")->required();
-    command->add_option("--niveau", options->level, "Niveau que répond l'objet de droits");
+    command->add_option("--niveau", options->level, "Niveau que répond l'objet de droits")
+        ->check(between(INT32_MIN, INT32_MAX));
     command->add_option("--utilisateur", options->user, "Nom de l'utilisateur");
     command->add_option("--ordinateur", options->computer, "Nom de l'ordinateur");
     command->add_option("--date", options->today, "Date du jour (jj/mm/aaaa)");
     command->add_option("--sortie-dossier", options->folder, "Dossier des sorties d'imprimantes");
     command->add_option("--imprimantes", options->printers, "Liste d'imprimantes, un objet JSON par ligne");
+    finish_options(*command);
     command->callback([options, &run] { run = [options] { return run_piloter(*options); }; });
 }
 

@@ -53,6 +53,7 @@ void add_importer(CLI::App& app, Run& run) {
     command->add_flag("--auxiliaires", options->fec.auxiliaries, "Un compte pour chaque tiers");
     command->add_flag("--hors-bornes", options->fec.outside_bounds,
                       "Laisse de côté les lignes hors des trois exercices");
+    finish_options(*command);
     command->callback([options, &run] { run = [options] { return run_importer(*options); }; });
 }
 
@@ -73,6 +74,7 @@ void add_generer(CLI::App& app, Run& run) {
     command->add_option("--graine", options->made_up.seed, "Graine du tirage")->check(between(0, INT64_MAX));
     command->add_option("--brouillards", options->made_up.drafts, "Nombre de lignes de brouillard")
         ->check(between(0, INT64_MAX));
+    finish_options(*command);
     command->callback([options, &run] {
         run = [options] {
             if (std::string fault = fault_of_options(options->made_up); !fault.empty())

@@ -42,19 +42,18 @@ public:
 
 // What the parser says, in the user's language.
 std::string in_french(const CLI::ParseError& error) {
-    const std::string name = error.get_name();
+    const auto kind = static_cast<CLI::ExitCodes>(error.get_exit_code());
     const std::string text = error.what();
-    const std::string subject = text.substr(0, text.find(':'));
-    if (name == "RequiredError") {
+    const std::size_t colon = std::min(text.find(':'), text.size());
+    const std::string subject = text.substr(0, colon);
+    if (kind == CLI::ExitCodes::RequiredError) {
         if (text.find("subcommand") != std::string::npos) return "une sous-commande est attendue";
         return "il manque " + text.substr(0, text.find(" is required"));
     }
-    if (name == "ExtrasError")
-        return "argument inattendu" + text.substr(std::min(text.find(':'), text.size()));
-    if (name == "ArgumentMismatch") return subject + " : nombre de valeurs inattendu";
-    if (name == "ConversionError")
-        return "valeur refusée" + text.substr(std::min(text.find(':'), text.size()));
-    if (name == "ValidationError") return "valeur refusée : " + text;
+    if (kind == CLI::ExitCodes::ExtrasError) return "argument inattendu" + text.substr(colon);
+    if (kind == CLI::ExitCodes::ArgumentMismatch) return subject + " : nombre de valeurs inattendu";
+    if (kind == CLI::ExitCodes::ConversionError) return "valeur refusée" + text.substr(colon);
+    if (kind == CLI::ExitCodes::ValidationError) return "valeur refusée : " + text;
     return "mauvais usage : " + text;
 }
 

@@ -42,6 +42,7 @@ void add_charger(CLI::App& app, Run& run) {
         "charger", "Remplace dans la base les enregistrements donnés, un objet JSON par ligne");
     command->add_option("--base", *base, "Base, créée si elle n'existe pas")->required();
     command->add_option("FICHIER", *file, "Fichier à lire, - pour l'entrée standard");
+    finish_options(*command);
     command->callback([base, file, &run] { run = [base, file] { return load(*base, *file); }; });
 }
 
@@ -52,6 +53,7 @@ void add_extraire(CLI::App& app, Run& run) {
         app.add_subcommand("extraire", "Ecrit les enregistrements de la base, un objet JSON par ligne");
     command->add_option("--base", *base, "Base")->required();
     command->add_option("--fichier", *file, "Un seul fichier de la base");
+    finish_options(*command);
     command->callback([base, file, &run] { run = [base, file] { return extract(*base, *file); }; });
 }
 

@@ -259,7 +259,7 @@ ScriptedHost::ScriptedHost(HostSettings settings, std::istream& script, std::ost
 
 ScriptedHost::~ScriptedHost() = default;
 
-void ScriptedHost::run(std::shared_ptr<TarvexSession> session) {
+std::optional<StepFailure> ScriptedHost::run(std::shared_ptr<TarvexSession> session) {
     SessionEvents told;
     told.selected = [this](std::string_view query, std::string_view file, std::string_view fields,
                            std::size_t rows) {
@@ -279,18 +279,12 @@ void ScriptedHost::run(std::shared_ptr<TarvexSession> session) {
     told.written = [this](std::string_view file, std::string_view key) {
         write(events_, {{"evt", "ecriture"}, {"fichier", file}, {"cle", key}});
     };
-    const auto tell_failure = [this](const StepFailure& failure) {
+    try {
+        start(trace_session(std::move(session), std::move(told)));
+    } catch (const StepFailure& failure) {
         write(events_, {{"evt", "erreur"}, {"numero", failure.number()}, {"texte", failure.text()}});
-    };
-    if (error_of([&] {
-            try {
-                start(trace_session(std::move(session), std::move(told)));
-            } catch (const StepFailure& failure) {
-                tell_failure(failure);
-                throw;
-            }
-        }) != 0)
-        return;
+        return failure;
+    }
     try {
         std::string line;
         while (!unloaded() && std::getline(script_, line))
@@ -299,6 +293,7 @@ void ScriptedHost::run(std::shared_ptr<TarvexSession> session) {
         dialog_ = nullptr;
     }
     events_.flush();
+    return std::nullopt;
 }
 
 void ScriptedHost::play_line(const std::string& line) {

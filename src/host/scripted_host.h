@@ -8,6 +8,7 @@
 #include <deque>
 #include <functional>
 #include <iosfwd>
+#include <optional>
 
 namespace corvalissement {
 
@@ -19,8 +20,8 @@ public:
     ~ScriptedHost() override;
 
     // Starts the control on `session` and plays the script to its end. A failure of Init is written as any
-    // other and leaves a control that no action reaches.
-    void run(std::shared_ptr<TarvexSession> session);
+    // other, and given back: nothing of the script is then played.
+    std::optional<StepFailure> run(std::shared_ptr<TarvexSession> session);
 
     int message_box(std::string_view text, int kind, std::string_view title) override;
     void beep() override;
