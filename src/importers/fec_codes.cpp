@@ -2,6 +2,7 @@
 
 #include "data/dyn_array.h"
 #include "data/keys.h"
+#include "importers/bad_input.h"
 #include "platform/failures.h"
 
 #include <algorithm>
@@ -219,7 +220,7 @@ std::string CodeBook::free_journal(const std::string& name, const std::set<std::
     for (const char first : DIGITS_AND_CAPITALS)
         for (const char second : DIGITS_AND_CAPITALS)
             if (std::string candidate{first, second}; is_free(candidate)) return candidate;
-    throw StepFailure(ERR_OTHER, "plus de code libre pour le journal " + name, name);
+    throw BadInput("", 0, "plus de code libre pour le journal " + name + " : une entité en a 1296");
 }
 
 namespace {

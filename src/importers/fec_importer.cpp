@@ -4,7 +4,9 @@
 #include "data/keys.h"
 #include "importers/bad_input.h"
 #include "importers/fec_one_file.h"
+#include "importers/fiscal_years.h"
 #include "importers/json_text.h"
+#include "platform/calendar.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -233,6 +235,11 @@ std::string fault_of_options(const FecOptions& options) {
         return "le nom de l'entité manque ou n'est pas un texte";
     if (!is_text(options.address) || std::count(options.address.begin(), options.address.end(), '|') > 2)
         return "l'adresse s'écrit \"ligne 1|ligne 2|code postal ville\"";
+    for (const auto& bound : {options.first_day, options.last_day}) {
+        CivilDate date;
+        if (bound && (!civil_from_day(*bound, date) || date.year < FIRST_YEAR || date.year > LAST_YEAR))
+            return "les bornes de l'exercice sont hors des années 1900 à 2099";
+    }
     if (options.first_day && options.last_day && *options.first_day > *options.last_day)
         return "le début de l'exercice est après sa fin";
     return "";

@@ -233,7 +233,12 @@ private:
         std::vector<std::string> journal_names;
         for (const Journal& journal : journals_)
             journal_names.push_back(journal.name);
-        const auto codes = shared_.codes.journals(journal_names);
+        std::vector<std::string> codes;
+        try {
+            codes = shared_.codes.journals(journal_names);
+        } catch (const BadInput& refused) {
+            throw BadInput(file_.path(), 0, refused.reason());
+        }
         for (std::size_t i = 0; i < codes.size(); ++i) {
             journals_[i].code = codes[i];
             journals_[i].number = shared_.ledger.journal(codes[i]);

@@ -344,7 +344,7 @@ std::int64_t FecRows::day(Column column) const {
     LastDate& last = last_dates_[column];
     if (digits != std::string_view(last.digits.data(), last.digits.size())) {
         const auto day = day_of_digits(digits);
-        if (!day) refuse_field(column, "n'est pas une date aaaammjj du calendrier");
+        if (!day) refuse_field(column, "n'est pas une date aaaammjj, de 1900 à 2099");
         std::copy(digits.begin(), digits.end(), last.digits.begin());
         last.day = *day;
     }

@@ -91,6 +91,9 @@ std::optional<std::int64_t> day_of_digits(std::string_view digits) {
         if (c < '0' || c > '9') return std::nullopt;
         number = number * 10 + (c - '0');
     }
+    // As for the tax office's own checking program, other years are slips of the pen.
+    const int year = number / 10'000;
+    if (year < FIRST_YEAR || year > LAST_YEAR) return std::nullopt;
     std::int64_t day = 0;
     if (!day_from_civil({number / 10'000, number / 100 % 100, number % 100}, day)) return std::nullopt;
     return day;

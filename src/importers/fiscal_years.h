@@ -39,7 +39,11 @@ struct FiscalYears {
 // dd/mm/yyyy.
 [[nodiscard]] std::string date_text(std::int64_t day);
 
-// Eight digits aaaammjj. Nothing when they name no day of the calendar.
+// The years in which an entry can be dated.
+inline constexpr int FIRST_YEAR = 1900;
+inline constexpr int LAST_YEAR = 2099;
+
+// Eight digits aaaammjj. Nothing when they name no day of the calendar in those years.
 [[nodiscard]] std::optional<std::int64_t> day_of_digits(std::string_view digits);
 
 } // namespace corvalissement
