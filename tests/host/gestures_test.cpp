@@ -76,6 +76,26 @@ TEST(Gestures, order_given_inside_LostFocus_wins_and_the_click_does_not_happen) 
     EXPECT_EQ(form.view.focus(), &form.un);
 }
 
+TEST(Gestures, row_is_looked_for_when_the_field_has_the_focus) {
+    Form form;
+    gestures::go_to(form.un);
+    form.un.LostFocus = [&] { form.choix.add_row("D"); };
+    EXPECT_EQ(gestures::pick(form.choix, 3), Reached::yes); // the field left brought the row
+    EXPECT_EQ(form.choix.text(), "D");
+    gestures::go_to(form.un);
+    form.un.LostFocus = [&] { form.choix.clear(); };
+    form.log.clear();
+    EXPECT_EQ(gestures::pick(form.choix, 2), Reached::no_row); // and here it took them away
+    EXPECT_EQ(form.choix.list_index(), -1);
+    EXPECT_EQ(form.log, "");
+    EXPECT_EQ(gestures::click_row(form.liste, 3), Reached::no_row);
+    EXPECT_EQ(gestures::double_click(form.liste, -1), Reached::no_row);
+    EXPECT_EQ(gestures::select_rows(form.liste, {0, 7}), Reached::no_row);
+    EXPECT_TRUE(form.liste.selection().empty());
+    form.liste.set_enabled(false);
+    EXPECT_EQ(gestures::click_row(form.liste, 7), Reached::no); // out of reach comes first
+}
+
 TEST(Gestures, LostFocus_comes_before_the_new_field_has_the_focus) {
     Form form;
     gestures::go_to(form.un);

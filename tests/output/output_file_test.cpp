@@ -2,8 +2,11 @@
 
 #include "output/scratch.h"
 
+#include <ctime>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 
 namespace corvalissement {
@@ -51,6 +54,55 @@ TEST_F(OutputFileTest, replaces_what_a_link_points_to_and_keeps_its_permissions)
     EXPECT_EQ(content_of(path("real")), "new");
     EXPECT_TRUE(std::filesystem::is_symlink(path("link")));
     EXPECT_EQ(std::filesystem::status(path("real")).permissions(), std::filesystem::perms(0640));
+}
+
+TEST_F(OutputFileTest, never_takes_the_place_of_a_guarded_file_whatever_leads_to_it) {
+    put(path("base"), "precious");
+    std::filesystem::create_symlink("base", path("link"));
+    std::filesystem::create_hard_link(path("base"), path("twin"));
+    {
+        const GuardedFile guard(path("base"));
+        for (const char* name : {"base", "link", "twin", "./base"}) {
+            OutputFile file(path(name));
+            file.write("lost");
+            EXPECT_EQ(failure_of([&] { file.commit(); }).number(), ERR_OUTPUT) << name;
+        }
+    }
+    EXPECT_EQ(content_of(path("base")), "precious");
+    EXPECT_EQ(entries(), 3);
+    OutputFile(path("base")).commit(); // free again
+    EXPECT_EQ(content_of(path("base")), "");
+}
+
+TEST_F(OutputFileTest, clears_away_what_a_killed_run_has_left_and_nothing_else) {
+    const auto aged = [&](const char* name) {
+        put(path(name), "half");
+        const timespec old[2] = {{std::time(nullptr) - 3600, 0}, {std::time(nullptr) - 3600, 0}};
+        ::utimensat(AT_FDCWD, path(name).c_str(), old, 0);
+    };
+    aged(".corvalissement-1-1.tmp");
+    aged(".corvalissement-2-1.tmp");
+    aged(".corvalissement-notes.txt");
+    put(path(".corvalissement-3-1.tmp"), "just made");
+    const int other = ::open(path(".corvalissement-2-1.tmp").c_str(), O_WRONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(other, LOCK_EX), 0); // somebody is writing it
+    OutputFile(path("a")).commit();
+    EXPECT_FALSE(std::filesystem::exists(path(".corvalissement-1-1.tmp")));
+    EXPECT_EQ(entries(), 4);
+    ::close(other);
+}
+
+TEST_F(OutputFileTest, a_stopped_run_takes_its_unfinished_file_with_it) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        OutputFile file(path("a"));
+        file.write("half");
+        remove_unfinished_files();
+        ::_exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(entries(), 0);
 }
 
 TEST_F(OutputFileTest, tells_why_it_cannot_be_written) {

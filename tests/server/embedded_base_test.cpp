@@ -10,6 +10,7 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <thread>
 
 namespace corvalissement {
 namespace {
@@ -35,6 +36,57 @@ Records make_base(const std::string& path) {
     }
     whole.commit();
     return records;
+}
+
+std::size_t files_in(const ScratchFolder& folder) {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder.path()),
+                                                  std::filesystem::directory_iterator()));
+}
+
+TEST(EmbeddedBase, a_new_base_appears_when_it_is_filled_and_a_failure_leaves_none) {
+    const ScratchFolder folder;
+    const std::string path = folder / "neuve";
+    EXPECT_THROW(fill_embedded_store(path,
+                                     [&](Store& store) {
+                                         store.write(store.file("F"), "k", "v");
+                                         EXPECT_FALSE(std::filesystem::exists(path));
+                                         throw StepFailure(ERR_OTHER, "refus");
+                                     }),
+                 StepFailure);
+    EXPECT_EQ(files_in(folder), 0U);
+    // What a kill has left aside is no hindrance, and a base that came to stand there meanwhile is kept.
+    put_bytes(path + ".creation", "half a base");
+    put_bytes(path + ".creation-wal", "its log");
+    fill_embedded_store(path, [](Store& store) { store.write(store.file("F"), "k", "v"); });
+    EXPECT_EQ(files_in(folder), 1U);
+    const std::string whole = bytes_of(path);
+    std::filesystem::remove(path);
+    EXPECT_EQ(failure_number([&] { fill_embedded_store(path, [&](Store&) { put_bytes(path, whole); }); }),
+              ERR_STORE);
+    EXPECT_EQ(bytes_of(path), whole);
+    EXPECT_EQ(files_in(folder), 1U);
+    std::string record;
+    const auto store = open(path);
+    EXPECT_TRUE(store->read(store->file("F"), "k", record));
+}
+
+TEST(EmbeddedBase, makers_of_one_base_wait_for_each_other) {
+    const ScratchFolder folder;
+    const std::string path = folder / "commune";
+    std::vector<std::thread> makers;
+    for (int i = 0; i < 6; ++i)
+        makers.emplace_back([&, i] {
+            fill_embedded_store(path, [&](Store& store) {
+                Transaction whole(store);
+                store.write(store.file("F"), std::to_string(i), "v");
+                whole.commit();
+            });
+        });
+    for (std::thread& maker : makers)
+        maker.join();
+    const auto store = open(path);
+    EXPECT_EQ(records_of(*store, "F").size(), 6U);
+    EXPECT_FALSE(std::filesystem::exists(path + ".creation"));
 }
 
 TEST(EmbeddedBase, what_is_no_base_is_refused_by_name_and_left_alone) {
