@@ -61,6 +61,14 @@ bool names_a_descriptor(const std::string& path) {
            path.starts_with("/proc/self/fd/");
 }
 
+// What a link to nothing yet names: the file is made there, and the link stays.
+std::string behind_link(const std::string& path) {
+    std::error_code no_link;
+    const fs::path named = fs::read_symlink(path, no_link);
+    if (no_link) return path;
+    return named.is_absolute() ? named.string() : (fs::path(path).parent_path() / named).string();
+}
+
 std::string folder_of(const std::string& path) {
     const std::string folder = fs::path(path).parent_path().string();
     return folder.empty() ? "." : folder;
@@ -152,7 +160,7 @@ void OutputFile::open() {
     if (names_a_descriptor(path_) || (there && !S_ISREG(status.st_mode))) return open_straight(path_);
     if (there && ::access(path_.c_str(), W_OK) != 0) return fail_with_errno(errno);
     std::error_code failed;
-    target_ = there ? fs::canonical(path_, failed).string() : path_;
+    target_ = there ? fs::canonical(path_, failed).string() : behind_link(path_);
     if (failed) return fail_with_errno(failed.value());
     folder_ = folder_of(target_);
     open_temporary(there ? static_cast<int>(status.st_mode & PERMISSION_BITS) : -1);

@@ -53,6 +53,11 @@ TEST_F(OutputFileTest, replaces_what_a_link_points_to_and_keeps_its_permissions)
     file.commit();
     EXPECT_EQ(content_of(path("real")), "new");
     EXPECT_TRUE(std::filesystem::is_symlink(path("link")));
+    std::filesystem::create_symlink("later", path("early"));
+    OutputFile made(path("early"));
+    made.commit();
+    EXPECT_TRUE(std::filesystem::is_symlink(path("early")));
+    EXPECT_TRUE(std::filesystem::is_regular_file(path("later")));
     EXPECT_EQ(std::filesystem::status(path("real")).permissions(), std::filesystem::perms(0640));
 }
 
