@@ -53,13 +53,13 @@ private:
 
     // An index beyond the list leaves the printer in force.
     void choose_surface(std::int64_t index) {
-        step([&] { surface_ = host_.default_printer(); });
         step([&] {
             auto chosen = host_.printer(static_cast<int>(index));
             if (!chosen)
                 throw StepFailure(ERR_PROPERTY, "aucune imprimante n'a ce rang", std::to_string(index));
             surface_ = std::move(chosen);
         });
+        if (!surface_) step([&] { surface_ = host_.default_printer(); });
     }
 
     void prepare_printer() {
