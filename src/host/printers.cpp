@@ -63,10 +63,14 @@ public:
     QueueSurface(const QueueSurface&) = delete;
     QueueSurface& operator=(const QueueSurface&) = delete;
     void set_Copies(int copies) override { copies_ = copies; }
+    void describe(std::string_view title, std::string_view author) override {
+        title_ = title;
+        ForwardingSurface::describe(title, author);
+    }
     void EndDoc() override {
         ForwardingSurface::EndDoc();
         if (page_count() == 0 || sent_) return;
-        print_on_queue(queue_, file_, copies_);
+        print_on_queue(queue_, file_, title_, copies_);
         sent_ = true;
     }
 
@@ -78,6 +82,7 @@ private:
     std::string queue_;
     std::string file_;
     UnfinishedFile unfinished_;
+    std::string title_ = "Grand livre général";
     int copies_ = 1;
     bool sent_ = false;
 };

@@ -37,13 +37,13 @@ std::string read_words(int descriptor) {
 }
 
 // Starts lp with its output and its complaints going into `channel`. Gives the system's error number.
-int start_lp(std::array<std::string, 7> words, int channel, pid_t& child) {
+int start_lp(std::array<std::string, 9> words, int channel, pid_t& child) {
     posix_spawn_file_actions_t actions;
     if (const int error = ::posix_spawn_file_actions_init(&actions); error != 0) return error;
     int error = ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
         if (error == 0) error = ::posix_spawn_file_actions_adddup2(&actions, channel, stream);
-    std::array<char*, 8> arguments{};
+    std::array<char*, 10> arguments{};
     for (std::size_t i = 0; i < words.size(); ++i)
         arguments[i] = words[i].data();
     if (error == 0) error = ::posix_spawnp(&child, "lp", &actions, nullptr, arguments.data(), environ);
@@ -57,13 +57,13 @@ bool usable_queue(std::string_view queue) {
     return !queue.empty() && queue.front() != '-' && queue.find_first_of(" /\t\n") == std::string_view::npos;
 }
 
-void print_on_queue(const std::string& queue, const std::string& file, int copies) {
+void print_on_queue(const std::string& queue, const std::string& file, const std::string& title, int copies) {
     if (!usable_queue(queue)) queue_failure(queue, "ce n'est pas le nom d'une file d'impression");
     std::array<int, 2> channel{};
     if (::pipe2(channel.data(), O_CLOEXEC) != 0) queue_failure(queue, system_reason(errno));
     pid_t child = 0;
-    const int error =
-        start_lp({"lp", "-d", queue, "-n", std::to_string(copies), "--", file}, channel[1], child);
+    const int error = start_lp({"lp", "-d", queue, "-n", std::to_string(copies), "-t", title, "--", file},
+                               channel[1], child);
     static_cast<void>(::close(channel[1]));
     const std::string said = error == 0 ? read_words(channel[0]) : "";
     static_cast<void>(::close(channel[0]));

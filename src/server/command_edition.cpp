@@ -117,7 +117,7 @@ public:
         if (target.queue.empty()) return print_list(target.file, target.printer);
         const TemporaryFile file;
         print_list(file.path(), target.printer);
-        print_on_queue(target.queue, file.path());
+        print_on_queue(target.queue, file.path(), "Grand livre général - " + selection().entity_name);
     }
 
 private:

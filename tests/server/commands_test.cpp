@@ -348,7 +348,7 @@ TEST_F(CommandsTest, a_graphic_file_has_a_name_of_its_own_that_cannot_lead_out_o
 TEST_F(CommandsTest, a_queue_gets_the_file_through_lp_and_its_refusal_is_told) {
     make_up_base(store(), {.lines = 60, .accounts = 20, .seed = 3, .drafts = 0}, {});
     put_bytes(folder_ / "lp", "#!/bin/sh\n[ \"$2\" = refus ] && { echo 'file arretee' >&2; exit 1; }\n"
-                              "cp \"$6\" \"$(dirname \"$0\")/recu-$2\"\n");
+                              "cp \"$8\" \"$(dirname \"$0\")/recu-$2\"\n");
     ::chmod((folder_ / "lp").c_str(), 0700);
     const std::string path = std::getenv("PATH");
     ::setenv("PATH", (folder_.path().string() + ":" + path).c_str(), 1);
