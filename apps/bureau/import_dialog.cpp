@@ -1,5 +1,6 @@
 #include "import_dialog.h"
 
+#include "data/util_object.h"
 #include "window/qt_text.h"
 
 #include <QCheckBox>
@@ -11,6 +12,8 @@
 #include <QLocale>
 #include <QPushButton>
 
+#include <optional>
+
 namespace corvalissement {
 
 namespace {
@@ -18,6 +21,12 @@ namespace {
 QString amount(const std::string& hundredths) {
     const qlonglong value = QString::fromStdString(hundredths).toLongLong();
     return QLocale(QLocale::French).toString(static_cast<double>(value) / 100.0, 'f', 2);
+}
+
+std::optional<std::int64_t> day_in(const QLineEdit& bound) {
+    const std::string internal = internal_date(field_text(bound.text()));
+    if (internal.empty()) return std::nullopt;
+    return day_number(internal);
 }
 
 QString count(std::uint64_t number) {
@@ -38,6 +47,12 @@ ImportDialog::ImportDialog(const QStringList& files, QWidget* parent) : QDialog(
     street_ = new QLineEdit;
     street_2_ = new QLineEdit;
     town_ = new QLineEdit;
+    first_ = new QLineEdit;
+    first_->setObjectName(QStringLiteral("Debut"));
+    last_ = new QLineEdit;
+    last_->setObjectName(QStringLiteral("Fin"));
+    for (QLineEdit* bound : {first_, last_})
+        bound->setPlaceholderText(tr("jj/mm/aaaa, ou rien"));
     drafts_ = new QCheckBox(tr("Les lignes sans date de validation sont des &brouillards"));
     auxiliaries_ = new QCheckBox(tr("Un compte pour chaque &tiers (clients et fournisseurs)"));
     outside_ = new QCheckBox(tr("Laisser de côté les lignes &hors des trois exercices"));
@@ -59,6 +74,8 @@ ImportDialog::ImportDialog(const QStringList& files, QWidget* parent) : QDialog(
     form->addRow(tr("&Adresse :"), street_);
     form->addRow(tr("Adresse (&suite) :"), street_2_);
     form->addRow(tr("&Code postal et ville :"), town_);
+    form->addRow(tr("&Début de l'exercice N :"), first_);
+    form->addRow(tr("&Fin de l'exercice N :"), last_);
     form->addRow(drafts_);
     form->addRow(auxiliaries_);
     form->addRow(outside_);
@@ -69,7 +86,7 @@ ImportDialog::ImportDialog(const QStringList& files, QWidget* parent) : QDialog(
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     form->addRow(buttons);
-    for (const QLineEdit* field : {entity_, name_, street_, street_2_, town_})
+    for (const QLineEdit* field : {entity_, name_, street_, street_2_, town_, first_, last_})
         connect(field, &QLineEdit::textChanged, this, [this] { check(); });
     check();
 }
@@ -83,14 +100,26 @@ FecOptions ImportDialog::options() const {
     if (!street_->text().isEmpty() || !street_2_->text().isEmpty() || !town_->text().isEmpty())
         options.address = field_text(street_->text() + QLatin1Char('|') + street_2_->text() +
                                      QLatin1Char('|') + town_->text());
+    options.first_day = day_in(*first_);
+    options.last_day = day_in(*last_);
     options.drafts = drafts_->isChecked();
     options.auxiliaries = auxiliaries_->isChecked();
     options.outside_bounds = outside_->isChecked();
     return options;
 }
 
+// Both bounds or none, as everywhere.
+std::string ImportDialog::fault() const {
+    for (const QLineEdit* bound : {first_, last_})
+        if (!bound->text().isEmpty() && !day_in(*bound))
+            return "« " + field_text(bound->text()) + " » n'est pas une date de la forme jj/mm/aaaa";
+    if (first_->text().isEmpty() != last_->text().isEmpty())
+        return "le début et la fin de l'exercice vont ensemble";
+    return fault_of_options(options());
+}
+
 void ImportDialog::check() {
-    const std::string fault = fault_of_options(options());
+    const std::string fault = this->fault();
     fault_->setText(shown_text(fault));
     fault_->setVisible(!fault.empty());
     accept_->setEnabled(fault.empty());

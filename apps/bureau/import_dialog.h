@@ -20,6 +20,7 @@ public:
     [[nodiscard]] FecOptions options() const;
 
 private:
+    [[nodiscard]] std::string fault() const;
     void check();
 
     QStringList files_;
@@ -28,6 +29,8 @@ private:
     QLineEdit* street_ = nullptr;
     QLineEdit* street_2_ = nullptr;
     QLineEdit* town_ = nullptr;
+    QLineEdit* first_ = nullptr;
+    QLineEdit* last_ = nullptr;
     QCheckBox* drafts_ = nullptr;
     QCheckBox* auxiliaries_ = nullptr;
     QCheckBox* outside_ = nullptr;

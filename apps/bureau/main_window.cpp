@@ -5,6 +5,7 @@
 #include "window/help_window.h"
 #include "window/preview_window.h"
 #include "window/qt_text.h"
+#include "window/screen_room.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -22,6 +23,8 @@
 #include <QStandardPaths>
 #include <QStatusBar>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace corvalissement {
 
@@ -62,6 +65,7 @@ MainWindow::MainWindow() {
     level_ = settings.value(KEY_LEVEL, LEVEL_EDITION).toInt();
     resize(980, 820);
     restoreGeometry(settings.value(KEY_GEOMETRY).toByteArray());
+    keep_on_screen(*this);
     show_state();
 }
 
@@ -79,7 +83,9 @@ void MainWindow::make_welcome() {
         button->setMinimumWidth(fontMetrics().averageCharWidth() * 40);
         connect(button, &QPushButton::clicked, this, action);
         column->addWidget(button, 0, Qt::AlignCenter);
+        return button;
     };
+    again_ = add(tr("&Nouvelle édition"), &MainWindow::begin_edition);
     add(tr("&Ouvrir une base…"), &MainWindow::ask_open);
     add(tr("&Créer une base…"), &MainWindow::ask_create);
     column->addStretch();
@@ -124,9 +130,12 @@ void MainWindow::make_menus() {
 
 void MainWindow::show_state() {
     const QString name = QFileInfo(base_).fileName();
-    setWindowTitle(base_.isEmpty() ? tr("Grand livre général") : tr("%1 - Grand livre général").arg(name));
+    const QString reading = level_ == LEVEL_EDITION ? QString() : tr(" (consultation)");
+    setWindowTitle((base_.isEmpty() ? tr("Grand livre général") : tr("%1 - Grand livre général").arg(name)) +
+                   reading);
     import_->setEnabled(!base_.isEmpty());
     edition_->setEnabled(!base_.isEmpty());
+    again_->setVisible(!base_.isEmpty());
     welcome_->setText(base_.isEmpty() ? tr("Ouvrez une base comptable, ou créez-en une et importez-y un "
                                            "fichier des écritures comptables (FEC).")
                       : last_printed_.isEmpty()
@@ -152,6 +161,7 @@ bool MainWindow::open_base(const QString& path) {
 void MainWindow::begin_edition() {
     if (base_.isEmpty() || !control_->may_close()) return;
     control_->shut();
+    last_printed_.clear();
     ControlSettings settings;
     settings.level = level_;
     settings.output_folder = QFileInfo(base_).absolutePath();
@@ -169,12 +179,23 @@ void MainWindow::begin_edition() {
 void MainWindow::edition_finished() {
     pages_->setCurrentIndex(0);
     show_state();
+    again_->setFocus();
     const auto& steps = control_->skipped_steps();
     if (steps.empty()) return;
+    // An output that cannot be written fails many steps, for one reason.
+    const auto output = std::find_if(steps.begin(), steps.end(), [](const SkippedStep& step) {
+        return step.failure.number() == ERR_OUTPUT;
+    });
+    if (output != steps.end()) {
+        QMessageBox::warning(
+            this, windowTitle(),
+            tr("Le grand livre n'a pas pu être produit.\n%1").arg(shown_text(output->failure.text())));
+        return;
+    }
     QString details;
     for (const SkippedStep& step : steps)
-        details += shown_text(step.routine) + QStringLiteral(" : ") + shown_text(step.failure.text()) +
-                   QLatin1Char(' ') + shown_text(step.failure.record()) + QLatin1Char('\n');
+        details += shown_text(step.failure.text()) + QLatin1Char(' ') + shown_text(step.failure.record()) +
+                   QLatin1Char('\n');
     QMessageBox box(QMessageBox::Warning, windowTitle(),
                     steps.size() == 1
                         ? tr("Une étape de l'édition n'a pas pu être menée à bien.")
@@ -188,6 +209,7 @@ void MainWindow::edition_finished() {
 void MainWindow::show_document(std::shared_ptr<RecordedDocument> document) {
     auto* window = new PreviewWindow(std::move(document));
     window->restoreGeometry(QSettings().value(KEY_PREVIEW).toByteArray());
+    keep_on_screen(*window);
     window->closing = [](const QByteArray& geometry) { QSettings().setValue(KEY_PREVIEW, geometry); };
     window->show();
 }
@@ -196,6 +218,7 @@ void MainWindow::set_level(std::int32_t level) {
     if (level == level_) return;
     level_ = level;
     QSettings().setValue(KEY_LEVEL, level);
+    show_state();
     if (pages_->currentWidget() == control_) begin_edition();
 }
 

@@ -9,6 +9,7 @@
 class QAction;
 class QActionGroup;
 class QLabel;
+class QPushButton;
 class QStackedWidget;
 
 namespace corvalissement {
@@ -42,6 +43,7 @@ private:
 
     QStackedWidget* pages_ = nullptr;
     QLabel* welcome_ = nullptr;
+    QPushButton* again_ = nullptr;
     ControlWidget* control_ = nullptr;
     QAction* import_ = nullptr;
     QAction* edition_ = nullptr;

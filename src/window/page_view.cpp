@@ -98,6 +98,15 @@ void PageView::show_page(long page, const std::optional<FoundText>& found) {
     page_ = page;
     found_ = found;
     setAccessibleName(tr("Page %1 sur %2").arg(page + 1).arg(document_->page_count()));
+    QString text;
+    double row = -1.0;
+    for (const PageMark& mark : marks_) {
+        if (mark.kind != PageMark::Kind::text) continue;
+        if (mark.y != row && !text.isEmpty()) text += QLatin1Char('\n');
+        row = mark.y;
+        text += shown_text(mark.text);
+    }
+    setAccessibleDescription(text);
     update();
 }
 

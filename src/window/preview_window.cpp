@@ -3,6 +3,7 @@
 #include "output/surfaces.h"
 #include "platform/failures.h"
 #include "window/qt_text.h"
+#include "window/screen_room.h"
 
 #include <QAbstractListModel>
 #include <QAction>
@@ -12,6 +13,7 @@
 #include <QDir>
 #include <QDockWidget>
 #include <QFileDialog>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
@@ -28,6 +30,8 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 
+#include <iterator>
+
 namespace corvalissement {
 
 namespace {
@@ -39,6 +43,8 @@ constexpr double SMALLEST_ZOOM = 0.2;
 constexpr double LARGEST_ZOOM = 5.0;
 constexpr int FIT_WIDTH = 0; // the first two entries of the zooms
 constexpr int FIT_PAGE = 1;
+constexpr int PERCENTS[] = {50, 75, 100, 125, 150, 200, 300};
+constexpr int OWN_ZOOM = FIT_PAGE + 1 + static_cast<int>(std::size(PERCENTS)); // behind all others
 
 class AccountModel final : public QAbstractListModel {
 public:
@@ -121,10 +127,12 @@ PreviewWindow::PreviewWindow(std::shared_ptr<RecordedDocument> document, QWidget
     area_->setAlignment(Qt::AlignCenter);
     area_->setBackgroundRole(QPalette::Dark);
     area_->setAccessibleName(tr("Page du grand livre"));
+    area_->installEventFilter(this);
     setCentralWidget(area_);
     make_actions();
     make_side();
     resize(1200, 800);
+    keep_on_screen(*this);
     show_place(0, std::nullopt, 0.0);
 }
 
@@ -139,14 +147,18 @@ void PreviewWindow::make_actions() {
             entry->setToolTip(text + QStringLiteral(" (") + keys.toString(QKeySequence::NativeText) +
                               QLatin1Char(')'));
         connect(entry, &QAction::triggered, this, action);
+        bar->widgetForAction(entry)->setFocusPolicy(Qt::TabFocus);
         return entry;
+    };
+    const auto name = [&](QAction* entry, const QString& spoken, const QString& keys) {
+        entry->setToolTip(spoken + QStringLiteral(" (") + keys + QLatin1Char(')'));
+        bar->widgetForAction(entry)->setAccessibleName(spoken);
     };
     add(tr("Enregistrer en PDF…"), QKeySequence::Save, [this] { ask_save(); });
     add(tr("Imprimer…"), QKeySequence::Print, [this] { ask_print(); });
     bar->addSeparator();
-    add(tr("◀"), QKeySequence(Qt::ALT | Qt::Key_PageUp), [this] {
-        go_to_page(current_page() - 1);
-    })->setToolTip(tr("Page précédente (Alt+Page préc.)"));
+    name(add(tr("◀"), QKeySequence(Qt::ALT | Qt::Key_PageUp), [this] { go_to_page(current_page() - 1); }),
+         tr("Page précédente"), tr("Alt+Page préc."));
     number_ = new QSpinBox;
     number_->setRange(1, static_cast<int>(document_->page_count()));
     number_->setAccessibleName(tr("Numéro de page"));
@@ -154,20 +166,19 @@ void PreviewWindow::make_actions() {
     connect(number_, &QSpinBox::valueChanged, this, [this](int number) { go_to_page(number); });
     bar->addWidget(number_);
     bar->addWidget(new QLabel(tr(" sur %1 ").arg(document_->page_count())));
-    add(tr("▶"), QKeySequence(Qt::ALT | Qt::Key_PageDown), [this] {
-        go_to_page(current_page() + 1);
-    })->setToolTip(tr("Page suivante (Alt+Page suiv.)"));
+    name(add(tr("▶"), QKeySequence(Qt::ALT | Qt::Key_PageDown), [this] { go_to_page(current_page() + 1); }),
+         tr("Page suivante"), tr("Alt+Page suiv."));
     bar->addSeparator();
     zoom_ = new QComboBox;
     zoom_->setAccessibleName(tr("Zoom"));
     zoom_->addItem(tr("Largeur"));
     zoom_->addItem(tr("Page entière"));
-    for (const int percent : {50, 75, 100, 125, 150, 200, 300})
+    for (const int percent : PERCENTS)
         zoom_->addItem(tr("%1 %").arg(percent), percent);
     connect(zoom_, &QComboBox::currentIndexChanged, this, [this] { apply_zoom(); });
     bar->addWidget(zoom_);
-    add(tr("+"), QKeySequence::ZoomIn, [this] { zoom_by(1.25); })->setToolTip(tr("Agrandir (Ctrl++)"));
-    add(tr("−"), QKeySequence::ZoomOut, [this] { zoom_by(0.8); })->setToolTip(tr("Réduire (Ctrl+-)"));
+    name(add(tr("+"), QKeySequence::ZoomIn, [this] { zoom_by(1.25); }), tr("Agrandir"), tr("Ctrl++"));
+    name(add(tr("−"), QKeySequence::ZoomOut, [this] { zoom_by(0.8); }), tr("Réduire"), tr("Ctrl+-"));
     bar->addSeparator();
     text_ = new QLineEdit;
     text_->setPlaceholderText(tr("Rechercher un texte"));
@@ -244,6 +255,7 @@ long PreviewWindow::current_page() const noexcept { return page_->page() + 1; }
 
 void PreviewWindow::go_to_page(long number) {
     if (number < 1 || number > document_->page_count() || number == current_page()) return;
+    statusBar()->clearMessage();
     attempt([&] { show_place(number - 1, std::nullopt, 0.0); });
 }
 
@@ -288,7 +300,6 @@ void PreviewWindow::apply_zoom() {
     const double by_width = room.width() / document_->width();
     if (zoom_->currentIndex() == FIT_WIDTH) zoom = by_width;
     if (zoom_->currentIndex() == FIT_PAGE) zoom = std::min(by_width, room.height() / document_->height());
-    if (zoom_->currentIndex() < 0) return; // set by hand, and kept
     page_->set_zoom(std::clamp(zoom, SMALLEST_ZOOM * PIXELS_A_UNIT, LARGEST_ZOOM * PIXELS_A_UNIT));
 }
 
@@ -303,13 +314,36 @@ void PreviewWindow::closeEvent(QCloseEvent* event) {
     QMainWindow::closeEvent(event);
 }
 
+// A zoom that the list does not hold stands at its end, in the place of the one before.
 void PreviewWindow::zoom_by(double factor) {
     const double zoom =
         std::clamp(page_->zoom() * factor, SMALLEST_ZOOM * PIXELS_A_UNIT, LARGEST_ZOOM * PIXELS_A_UNIT);
+    const int percent = static_cast<int>(zoom / PIXELS_A_UNIT * 100.0 + 0.5);
     const QSignalBlocker quiet(zoom_);
-    zoom_->setCurrentIndex(-1);
-    zoom_->setPlaceholderText(tr("%1 %").arg(static_cast<int>(zoom / PIXELS_A_UNIT * 100.0 + 0.5)));
-    page_->set_zoom(zoom);
+    if (zoom_->count() > OWN_ZOOM) zoom_->removeItem(OWN_ZOOM);
+    int place = zoom_->findData(percent);
+    if (place < 0) {
+        zoom_->addItem(tr("%1 %").arg(percent), percent);
+        place = OWN_ZOOM;
+    }
+    zoom_->setCurrentIndex(place);
+    apply_zoom();
+}
+
+// The page keys turn the page where there is nothing of it left to scroll.
+bool PreviewWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == area_ && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        const QScrollBar& bar = *area_->verticalScrollBar();
+        const bool down = key == Qt::Key_PageDown && bar.value() == bar.maximum();
+        const bool up = key == Qt::Key_PageUp && bar.value() == bar.minimum();
+        if (down || up) {
+            go_to_page(current_page() + (down ? 1 : -1));
+            area_->verticalScrollBar()->setValue(down ? 0 : bar.maximum());
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void PreviewWindow::save_pdf(const QString& path) {
@@ -327,7 +361,7 @@ void PreviewWindow::ask_save() {
 
 void PreviewWindow::ask_print() {
     QPrinter printer(QPrinter::HighResolution);
-    printer.setDocName(shown_text(document_->title()));
+    printer.setDocName(document_name(document_->title()));
     printer.setCopyCount(document_->copies());
     printer.setPageOrientation(document_->landscape() ? QPageLayout::Landscape : QPageLayout::Portrait);
     QPrintDialog dialog(&printer, this);

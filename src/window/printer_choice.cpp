@@ -1,5 +1,6 @@
 #include "window/printer_choice.h"
 
+#include "output/output_file.h"
 #include "window/qt_text.h"
 
 #include <QComboBox>
@@ -72,7 +73,7 @@ PrinterChoiceDialog::PrinterChoiceDialog(const std::vector<OfferedPrinter>& prin
 
     auto* buttons = new QDialogButtonBox;
     accept_ = buttons->addButton(tr("&Imprimer"), QDialogButtonBox::AcceptRole);
-    buttons->addButton(tr("&Annuler"), QDialogButtonBox::RejectRole);
+    buttons->addButton(tr("A&nnuler"), QDialogButtonBox::RejectRole);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
 
@@ -95,7 +96,18 @@ QString PrinterChoiceDialog::pdf_path() const { return path_->text().trimmed(); 
 void PrinterChoiceDialog::accept() {
     const bool replaces = path_->isEnabled() && pdf_path() != agreed_ && QFileInfo::exists(pdf_path());
     if (replaces && !may_replace()) return;
+    if (path_->isEnabled() && !may_write()) return;
     QDialog::accept();
+}
+
+// Told here, and not behind an edition of some minutes.
+bool PrinterChoiceDialog::may_write() {
+    const OutputFile trial(field_text(pdf_path()));
+    if (!trial.failed()) return true;
+    QMessageBox::warning(this, windowTitle(),
+                         tr("Le fichier « %1 » ne peut pas être écrit : %2.")
+                             .arg(QDir::toNativeSeparators(pdf_path()), shown_text(trial.reason())));
+    return false;
 }
 
 bool PrinterChoiceDialog::may_replace() {
@@ -116,7 +128,7 @@ void PrinterChoiceDialog::follow_choice() {
     browse_->setEnabled(file);
     accept_->setEnabled(!file || !pdf_path().isEmpty());
     accept_->setText(kind == OfferedPrinter::Kind::preview ? tr("&Afficher")
-                     : file                                ? tr("&Enregistrer")
+                     : file                                ? tr("Enre&gistrer")
                                                            : tr("&Imprimer"));
 }
 

@@ -34,13 +34,14 @@ public:
     [[nodiscard]] int copies() const;
     [[nodiscard]] QString pdf_path() const;
 
-    // Asks first when a file of that name is there.
+    // Asks first when a file of that name is there, and stays open when none can be written.
     void accept() override;
 
 private:
     void follow_choice();
     void ask_path();
     [[nodiscard]] bool may_replace();
+    [[nodiscard]] bool may_write();
 
     const std::vector<OfferedPrinter>& printers_;
     QComboBox* printer_ = nullptr;

@@ -22,4 +22,9 @@ namespace corvalissement {
     return shown_text(text).replace(QLatin1Char('&'), QLatin1String("&&"));
 }
 
+// What a print service or a file dialog makes a file name of.
+[[nodiscard]] inline QString document_name(std::string_view title) {
+    return shown_text(title).replace(QLatin1Char('/'), QLatin1Char('-'));
+}
+
 } // namespace corvalissement

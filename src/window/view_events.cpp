@@ -44,10 +44,21 @@ bool is_enter(const QKeyEvent& event) {
 // of another form, is none of ours.
 bool carries_rows(const QDropEvent& drop) { return drop.mimeData()->hasFormat(QLatin1String(DRAG_FORMAT)); }
 
-// Where a key that walks through rows leads; -1 when it does not.
-int row_after(const QKeyEvent& event, const RowsField& rows) {
+// The text that a key goes into. An editable combo has the keyboard itself and hands its keys on to the text
+// inside it, so its keys are seen on the combo only.
+QLineEdit* text_in(QWidget* widget) {
+    if (auto* combo = qobject_cast<QComboBox*>(widget)) return combo->lineEdit();
+    return qobject_cast<QLineEdit*>(widget);
+}
+
+bool is_button(const Field& field) {
+    return field.kind() == FieldKind::button || field.kind() == FieldKind::check_box ||
+           field.kind() == FieldKind::option;
+}
+
+// Where a key that walks through rows leads from the row `here`; -1 when it does not.
+int row_after(const QKeyEvent& event, const RowsField& rows, int here) {
     const int last = rows.list_count() - 1;
-    const int here = rows.list_index();
     switch (event.key()) {
     case Qt::Key_Up:
         return here < 0 ? 0 : std::max(here - 1, 0);
@@ -75,7 +86,7 @@ bool ViewWidget::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::InputMethod: {
         // Accented letters that the keyboard composes arrive here, each a key of its own.
         const auto& composed = *static_cast<QInputMethodEvent*>(event);
-        auto* edit = qobject_cast<QLineEdit*>(watched);
+        QLineEdit* edit = text_in(widget);
         if (edit == nullptr || composed.commitString().isEmpty()) return false;
         for (const char32_t character : composed.commitString().toUcs4())
             type_at_caret(field, *edit, static_cast<int>(character));
@@ -95,10 +106,13 @@ bool ViewWidget::eventFilter(QObject* watched, QEvent* event) {
         // The mouse or an access key has led the keyboard here. The gesture waits until the event is
         // through, since what the field left has to say may open a box.
         if (const auto reason = static_cast<QFocusEvent*>(event)->reason();
-            (reason == Qt::MouseFocusReason || reason == Qt::ShortcutFocusReason) && field.takes_focus())
-            QTimer::singleShot(0, this, [this, &field, held = QPointer(widget)] {
-                if (held && held->hasFocus() && view_.focus() != &field) act([&] { gestures::go_to(field); });
-            });
+            (reason == Qt::MouseFocusReason || reason == Qt::ShortcutFocusReason) && !is_button(field))
+            follow_keyboard(field, widget);
+        return false;
+    case QEvent::MouseButtonRelease:
+        // A button that is held down must not be disturbed by what the field left has to say: its click goes
+        // to it first anyhow. Only a press that ended elsewhere leaves the going to be done.
+        if (is_button(field)) follow_keyboard(field, widget);
         return false;
     case QEvent::ContextMenu:
         // The menu key stands for a right click on the background; the mouse's own has been seen already.
@@ -108,6 +122,14 @@ bool ViewWidget::eventFilter(QObject* watched, QEvent* event) {
     default:
         return false;
     }
+}
+
+// The view's focus goes where the keyboard is, once the event at hand is through.
+void ViewWidget::follow_keyboard(Field& field, QWidget* widget) {
+    if (!field.takes_focus()) return;
+    QTimer::singleShot(0, this, [this, &field, held = QPointer(widget)] {
+        if (held && held->hasFocus() && view_.focus() != &field) act([&] { gestures::go_to(field); });
+    });
 }
 
 void ViewWidget::mousePressEvent(QMouseEvent* event) {
@@ -122,8 +144,7 @@ bool ViewWidget::key_pressed(Field& field, QWidget* widget, const QKeyEvent& eve
         act([&] { gestures::tab(view_, event.key() == Qt::Key_Backtab); });
         return true;
     }
-    if (auto* edit = qobject_cast<QLineEdit*>(widget); edit != nullptr && key_in_text(field, *edit, event))
-        return true;
+    if (QLineEdit* edit = text_in(widget); edit != nullptr && key_in_text(field, *edit, event)) return true;
     if (field.kind() == FieldKind::combo) {
         const bool opens = event.key() == Qt::Key_F4 || ((event.modifiers() & Qt::AltModifier) != 0);
         return !opens && key_in_rows(field, event);
@@ -131,9 +152,7 @@ bool ViewWidget::key_pressed(Field& field, QWidget* widget, const QKeyEvent& eve
     if (field.kind() == FieldKind::list && !field.spec().multi) return key_in_rows(field, event);
     if (field.kind() == FieldKind::option && key_on_option(field, event)) return true;
     const bool presses = is_enter(event) || event.key() == Qt::Key_Space;
-    const bool button = field.kind() == FieldKind::button || field.kind() == FieldKind::check_box ||
-                        field.kind() == FieldKind::option;
-    if (!button || !presses) return false;
+    if (!is_button(field) || !presses) return false;
     if (!event.isAutoRepeat()) act([&] { gestures::press(field, is_enter(event) ? KEY_ENTER : KEY_SPACE); });
     return true;
 }
@@ -151,6 +170,10 @@ bool ViewWidget::key_in_text(Field& field, QLineEdit& edit, const QKeyEvent& eve
     // Alt Gr is Ctrl and Alt together on some systems, and then leaves a character to type.
     const bool command = held != Qt::NoModifier && held != (Qt::ControlModifier | Qt::AltModifier);
     const QList<uint> characters = event.text().toUcs4();
+    // The letter of a caption that is closed at the moment reaches nothing, least of all the text.
+    if (held == Qt::AltModifier && !characters.isEmpty() &&
+        characters.front() >= static_cast<uint>(KEY_SPACE))
+        return true;
     if (command || characters.isEmpty() || characters.front() < static_cast<uint>(KEY_SPACE) ||
         characters.front() == 0x7F)
         return false;
@@ -169,13 +192,17 @@ void ViewWidget::type_at_caret(Field& field, QLineEdit& edit, int key) {
     const gestures::Caret caret{char_count(field_text(before.left(start))), char_count(field_text(selected))};
     act([&] { gestures::press(field, key, caret); });
     const QString after = edit.text();
-    if (after != before && after.endsWith(rest))
+    // A letter typed over itself changes no text, but takes the selection's place like any other.
+    const char32_t typed = static_cast<char32_t>(key);
+    const bool over_itself =
+        key >= KEY_SPACE && before == before.left(start) + QString::fromUcs4(&typed, 1) + rest;
+    if ((after != before || over_itself) && after.endsWith(rest))
         edit.setCursorPosition(static_cast<int>(after.size() - rest.size()));
 }
 
 bool ViewWidget::key_in_rows(Field& field, const QKeyEvent& event) {
     auto& rows = static_cast<RowsField&>(field);
-    int row = row_after(event, rows);
+    int row = row_after(event, rows, row_at_hand(rows));
     if (field.kind() == FieldKind::list && event.key() == Qt::Key_Home) row = 0;
     if (field.kind() == FieldKind::list && event.key() == Qt::Key_End) row = rows.list_count() - 1;
     if (field.kind() == FieldKind::list && is_enter(event)) {
@@ -184,8 +211,21 @@ bool ViewWidget::key_in_rows(Field& field, const QKeyEvent& event) {
         return true;
     }
     if (row < 0 || row >= rows.list_count()) return event.key() == Qt::Key_Up || event.key() == Qt::Key_Down;
-    if (row != rows.list_index()) act([&] { gestures::pick(rows, row); });
+    if (row != rows.list_index()) pick(rows, row);
     return true;
+}
+
+void ViewWidget::pick(RowsField& rows, int row) {
+    part_of_.at(&rows)->last_picked = row;
+    act([&] { gestures::pick(rows, row); });
+}
+
+// The row from which keys and wheel go on. A routine that writes the text of the row picked into its combo
+// makes it one of no row; the row that the user has picked is still the one he walks from.
+int ViewWidget::row_at_hand(const RowsField& rows) const {
+    if (rows.list_index() >= 0 || rows.kind() != FieldKind::combo) return rows.list_index();
+    const int last = part_of_.at(&rows)->last_picked;
+    return last >= 0 && rows.row(last) == static_cast<const ComboField&>(rows).text() ? last : -1;
 }
 
 // The arrows choose among the options of one frame, in tab order.
@@ -249,8 +289,8 @@ bool ViewWidget::wheel_turned(Field& field, QWidget*, QWheelEvent& event) {
         event.ignore();
         return true;
     }
-    const int row = rows.list_index() + (event.angleDelta().y() < 0 ? 1 : -1);
-    if (row >= 0 && row < rows.list_count()) act([&] { gestures::pick(rows, row); });
+    const int row = row_at_hand(rows) + (event.angleDelta().y() < 0 ? 1 : -1);
+    if (row >= 0 && row < rows.list_count()) pick(rows, row);
     event.accept();
     return true;
 }

@@ -18,6 +18,11 @@ QVariant ViewWidget::RowsModel::data(const QModelIndex& index, int role) const {
     return shown_text(rows_[static_cast<std::size_t>(index.row())]);
 }
 
+// Rows of a list that takes drags can be dragged; the list decides whether it does.
+Qt::ItemFlags ViewWidget::RowsModel::flags(const QModelIndex& index) const {
+    return QAbstractListModel::flags(index) | Qt::ItemIsDragEnabled;
+}
+
 bool ViewWidget::RowsModel::take(const std::vector<std::string>& rows) {
     if (rows == rows_) return false;
     beginResetModel();
@@ -33,6 +38,15 @@ void ViewWidget::RowsList::startDrag(Qt::DropActions) {
                      QByteArray(field_.name().data(), static_cast<qsizetype>(field_.name().size())));
     drag->setMimeData(carried);
     drag->exec(Qt::CopyAction);
+}
+
+// A list without a current row has nothing that shows the keyboard, so its frame does.
+void ViewWidget::RowsList::paintEvent(QPaintEvent* event) {
+    QListView::paintEvent(event);
+    if (!hasFocus() || currentIndex().isValid()) return;
+    QPainter painter(viewport());
+    painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
+    painter.drawRect(viewport()->rect().adjusted(1, 1, -1, -1));
 }
 
 // The border runs through the middle of the caption, as high as the inventory leaves room for above the

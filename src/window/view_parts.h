@@ -22,6 +22,7 @@ public:
     using QAbstractListModel::QAbstractListModel;
     [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
+    [[nodiscard]] Qt::ItemFlags flags(const QModelIndex& index) const override;
 
     // True when the rows are other ones than before; whoever shows them has then lost its selection.
     bool take(const std::vector<std::string>& rows);
@@ -36,6 +37,7 @@ public:
 
 protected:
     void startDrag(Qt::DropActions actions) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     Field& field_;

@@ -167,9 +167,13 @@ QWidget* ViewWidget::make_combo(Part& part, QWidget* parent) {
     if (auto* rows = qobject_cast<QListView*>(combo->view())) rows->setUniformItemSizes(true);
     combo->lineEdit()->setContextMenuPolicy(Qt::PreventContextMenu);
     combo->lineEdit()->setAccessibleName(spoken_name(*part.field));
+    // The combo would take a text that is left for the first row of that text, and tell of a choice that
+    // nobody has made.
+    disconnect(combo->lineEdit(), &QLineEdit::editingFinished, combo, nullptr);
+    disconnect(combo->lineEdit(), &QLineEdit::returnPressed, combo, nullptr);
+    combo->setFocusPolicy(Qt::StrongFocus); // not by the wheel
     connect(combo, &QComboBox::activated, this, [this, &part](int row) {
-        if (refreshing_) return;
-        act([&] { gestures::pick(static_cast<RowsField&>(*part.field), row); });
+        if (!refreshing_) pick(static_cast<RowsField&>(*part.field), row);
     });
     connect(combo->lineEdit(), &QLineEdit::textEdited, this,
             [this, &field = *part.field](const QString& text) {
@@ -206,12 +210,13 @@ QWidget* ViewWidget::make_button(Field& field, QWidget* parent) {
         button = new QCheckBox(parent);
     } else if (field.kind() == FieldKind::option) {
         button = new QRadioButton(parent);
-        button->setAutoExclusive(false); // which one is chosen is the fields' business
     } else {
         auto* push = new QPushButton(parent);
         push->setAutoDefault(false);
         button = push;
     }
+    if (field.caption() == "↓") button->setAccessibleName(tr("Descendre les lignes choisies"));
+    if (field.caption() == "↑") button->setAccessibleName(tr("Retirer les lignes choisies"));
     connect(button, &QAbstractButton::clicked, this,
             [this, &field] { act([&] { gestures::click(field); }); });
     return button;
@@ -228,9 +233,18 @@ QString ViewWidget::spoken_name(const Field& field) const {
     if (field.kind() == FieldKind::frame) return shown_text(field.spec().caption);
     QString name;
     if (field.container() != nullptr) name = shown_text(field.container()->spec().caption);
-    if (const Field* label = label_of(view_, field))
-        name += QLatin1Char(' ') + shown_text(label->spec().caption);
-    return name.trimmed();
+    const Field* label = label_of(view_, field);
+    if (label == nullptr) return name;
+    name = (name + QLatin1Char(' ') + shown_text(label->spec().caption)).trimmed();
+    if (fields_named_by(view_, *label).size() < 2) return name;
+    switch (field.kind()) {
+    case FieldKind::list:
+        return tr("%1 (liste)").arg(name);
+    case FieldKind::combo:
+        return tr("%1 (libellé)").arg(name);
+    default:
+        return tr("%1 (code)").arg(name);
+    }
 }
 
 // Pixels a unit: a line of text is as high as a label, and every caption fits into its place.
@@ -402,8 +416,9 @@ void ViewWidget::refresh(Part& part) {
     }
     if (const auto* box = dynamic_cast<const CheckBoxField*>(&field))
         static_cast<QCheckBox*>(part.widget)->setChecked(box->value() == 1);
-    if (const auto* option = dynamic_cast<const OptionField*>(&field))
-        static_cast<QRadioButton*>(part.widget)->setChecked(option->chosen());
+    // Of the options in one frame at most one is chosen, in the fields as among the widgets.
+    if (const auto* option = dynamic_cast<const OptionField*>(&field); option != nullptr && option->chosen())
+        static_cast<QRadioButton*>(part.widget)->setChecked(true);
     if (part.rows != nullptr) refresh_rows(part);
     if (field.kind() == FieldKind::progress_bar) refresh_progress(part, false);
     refreshing_ = false;
@@ -411,7 +426,7 @@ void ViewWidget::refresh(Part& part) {
 
 void ViewWidget::refresh_rows(Part& part) {
     const auto& rows = static_cast<const RowsField&>(*part.field);
-    part.rows->take(rows.rows());
+    if (part.rows->take(rows.rows())) part.last_picked = -1;
     if (auto* combo = qobject_cast<QComboBox*>(part.widget)) {
         const QString shown = shown_text(static_cast<const ComboField&>(rows).text());
         if (combo->currentIndex() != rows.list_index()) combo->setCurrentIndex(rows.list_index());
@@ -453,10 +468,11 @@ void ViewWidget::refresh_focus() {
     if (widget == nullptr || !widget->isEnabled()) return;
     QWidget* holder = QApplication::focusWidget();
     const bool lost = std::exchange(keyboard_was_here_, false);
-    const bool elsewhere =
-        !lost && holder != nullptr && holder->window() == window() && !holds_keyboard(*this);
+    const bool elsewhere = !lost && holder != nullptr && holder->isVisible() &&
+                           holder->window() == window() && !holder->isAncestorOf(this) &&
+                           !holds_keyboard(*this);
     if (elsewhere || widget->hasFocus()) return;
-    widget->setFocus(Qt::OtherFocusReason);
+    widget->setFocus(Qt::TabFocusReason); // so that styles show where the keyboard is
     // In a window smaller than the view, what has the keyboard comes into sight.
     for (QWidget* around = parentWidget(); around != nullptr; around = around->parentWidget())
         if (auto* area = qobject_cast<QScrollArea*>(around)) area->ensureWidgetVisible(widget);

@@ -89,6 +89,7 @@ private:
         Field* field = nullptr;
         QWidget* widget = nullptr;
         RowsModel* rows = nullptr; // of combos and lists
+        int last_picked = -1;      // by the user, in a combo
     };
 
     void make_parts();
@@ -113,6 +114,7 @@ private:
     void refresh_focus();
 
     // Each gives true when the event is done with.
+    void follow_keyboard(Field& field, QWidget* widget);
     bool key_pressed(Field& field, QWidget* widget, const QKeyEvent& event);
     bool key_in_text(Field& field, QLineEdit& edit, const QKeyEvent& event);
     bool key_in_rows(Field& field, const QKeyEvent& event);
@@ -123,6 +125,8 @@ private:
     bool dropped(Field& field, QEvent& event);
     void type_at_caret(Field& field, QLineEdit& edit, int key);
     void selection_made(ListField& list);
+    void pick(RowsField& rows, int row);
+    [[nodiscard]] int row_at_hand(const RowsField& rows) const;
 
     void begin_gesture();
     void end_gesture();

@@ -37,7 +37,7 @@ void close_popups() {
 void print_on(const QString& name, RecordedDocument& document) {
     QPrinter printer(QPrinter::HighResolution);
     printer.setPrinterName(name);
-    printer.setDocName(shown_text(document.title()));
+    printer.setDocName(document_name(document.title()));
     printer.setCopyCount(document.copies());
     print_document(document, printer);
 }

@@ -51,6 +51,12 @@ protected:
         QTest::mouseClick(widget(name), Qt::LeftButton);
         QApplication::processEvents();
     }
+    // What has the keyboard; a modal box takes it along, and no window manager gives it back here.
+    QWidget* keyboard() {
+        QApplication::setActiveWindow(&form_);
+        QApplication::processEvents();
+        return QApplication::focusWidget();
+    }
     void type(const char* name, const char* keys) {
         QTest::keyClicks(widget(name), QString::fromUtf8(keys));
         QApplication::processEvents();
@@ -198,6 +204,81 @@ TEST_F(WindowTest, wheel_on_the_combo_with_the_keyboard_picks_and_elsewhere_does
     EXPECT_EQ(combo->currentText(), QStringLiteral("Fournisseurs"));
 }
 
+// An editable combo has the keyboard itself: its keys must meet the rules of its field all the same.
+TEST_F(WindowTest, keys_in_a_combo_search_and_are_refused_and_what_is_left_is_no_choice) {
+    click("Cmd_Ajouter");
+    auto* label = widget<QComboBox>("Cbo_CpteDe");
+    const auto& field = form_.control()->field<ComboField>("Cbo_CpteDe");
+    QTest::mouseClick(label->lineEdit(), Qt::LeftButton);
+    QApplication::processEvents();
+    std::string told;
+    expect_message(&told);
+    QTest::keyClicks(keyboard(), QStringLiteral("{"));
+    EXPECT_EQ(told, "La saisie de minuscule accentuée est interdite sur cette zone.");
+    EXPECT_EQ(field.text(), "");
+    QTest::keyClick(keyboard(), Qt::Key_Return); // all accounts of the entity, by label
+    ASSERT_GT(label->count(), 3);
+    // Two rows with one text: the one picked stays the one picked, by the mouse and walking on by keys.
+    std::vector<std::string> numbers;
+    for (int step = 0; step < 3; ++step) {
+        QTest::keyClick(keyboard(), Qt::Key_Down);
+        numbers.push_back(text("Txt_CpteDe"));
+    }
+    EXPECT_NE(numbers[0], numbers[1]);
+    EXPECT_NE(numbers[1], numbers[2]);
+    emit label->activated(2);
+    const std::string picked = text("Txt_CpteDe");
+    QTest::keyClick(keyboard(), Qt::Key_Tab);
+    QApplication::processEvents();
+    EXPECT_EQ(text("Txt_CpteDe"), picked);
+    EXPECT_EQ(form_.control()->focus()->name(), "Txt_CpteA");
+    // A text typed into the year runs no routine, whatever row it equals.
+    click("Cmd_Annuler");
+    auto* year = widget<QComboBox>("Cbo_Exer");
+    const std::string before = text("Txt_DateDeb");
+    year->setFocus(Qt::MouseFocusReason);
+    QApplication::processEvents();
+    year->lineEdit()->selectAll();
+    QTest::keyClicks(keyboard(), QStringLiteral("N + 1"));
+    QTest::keyClick(keyboard(), Qt::Key_Tab);
+    QApplication::processEvents();
+    EXPECT_EQ(form_.control()->field<ComboField>("Cbo_Exer").text(), "N + 1");
+    EXPECT_EQ(text("Txt_DateDeb"), before);
+    EXPECT_EQ(form_.control()->focus()->name(), "Txt_DateDeb");
+}
+
+// The search that leaving a number starts disables the view for a moment, with the button held down.
+TEST_F(WindowTest, click_behind_a_typed_number_is_not_lost) {
+    click("Cmd_Ajouter");
+    type("Txt_CpteDe", "1010000000");
+    QTest::mouseClick(widget("Txt_CpteA"), Qt::LeftButton);
+    QApplication::processEvents();
+    type("Txt_CpteA", "1010000000");
+    QWidget* ok = widget("Cmd_OK");
+    QTest::mousePress(ok, Qt::LeftButton);
+    QApplication::processEvents();
+    QTest::mouseRelease(ok, Qt::LeftButton);
+    QApplication::processEvents();
+    EXPECT_EQ(form_.control()->field<ListField>("Lst_De").list_count(), 1);
+    // A press that ends beside the button is no click, but the user has gone there.
+    QWidget* add = widget("Cmd_Ajouter");
+    QTest::mousePress(add, Qt::LeftButton);
+    QTest::mouseRelease(add, Qt::LeftButton, {}, QPoint(-40, -40));
+    QApplication::processEvents();
+    EXPECT_TRUE(add->isEnabled());
+    EXPECT_EQ(form_.control()->focus()->name(), "Cmd_Ajouter");
+}
+
+TEST_F(WindowTest, letter_of_a_closed_caption_is_not_typed) {
+    auto* date = widget<QLineEdit>("Txt_DateDeb");
+    date->setFocus(Qt::MouseFocusReason);
+    QApplication::processEvents();
+    QKeyEvent key(QEvent::KeyPress, Qt::Key_K, Qt::AltModifier, QStringLiteral("k"));
+    QApplication::sendEvent(date, &key);
+    EXPECT_EQ(text("Txt_DateDeb"), "01/01/2024");
+    EXPECT_EQ(date->text(), QStringLiteral("01/01/2024"));
+}
+
 TEST_F(WindowTest, right_click_shows_the_help_menu_on_the_three_surfaces_only) {
     const auto menus = [&] {
         int shown = 0;
@@ -236,7 +317,7 @@ TEST_F(WindowTest, no_caption_is_cut_and_every_field_has_a_name_for_the_ear) {
             EXPECT_TRUE(button || !shown->accessibleName().isEmpty()) << field->name();
         }
     }
-    EXPECT_EQ(widget("Lst_A")->accessibleName(), QStringLiteral("Sélection à"));
+    EXPECT_EQ(widget("Lst_A")->accessibleName(), QStringLiteral("Sélection à (liste)"));
     EXPECT_EQ(widget("Txt_DateFin")->accessibleName(), QStringLiteral("Date fin"));
 }
 
@@ -245,6 +326,8 @@ TEST_F(WindowTest, dialog_refuses_to_close_takes_dragged_rows_and_gives_up) {
     expect_window("Fenetre_Frm_AffectCompta", [](QDialog& window) {
         auto* upper = window.findChild<QListView*>(QStringLiteral("Lst_SequencePos"));
         auto* lower = window.findChild<QListView*>(QStringLiteral("Lst_SequenceSel"));
+        EXPECT_TRUE(upper->dragEnabled());
+        EXPECT_TRUE((upper->model()->flags(upper->model()->index(0, 0)) & Qt::ItemIsDragEnabled) != 0);
         window.close();
         EXPECT_TRUE(window.isVisible());
         ASSERT_GT(upper->model()->rowCount(), 1);
@@ -404,7 +487,15 @@ TEST_F(WindowTest, existing_pdf_is_replaced_only_when_the_user_agrees) {
     std::ofstream(field_text(pdf)) << "mine";
     expect_window("ChoixImprimante", [&](QDialog& choice) {
         choice.findChild<QComboBox*>(QStringLiteral("Imprimante"))->setCurrentIndex(1);
-        choice.findChild<QLineEdit*>(QStringLiteral("Fichier"))->setText(pdf);
+        auto* file = choice.findChild<QLineEdit*>(QStringLiteral("Fichier"));
+        // What cannot be written is told while it can still be changed.
+        file->setText(folder_.filePath(QStringLiteral("absent/livre.pdf")));
+        std::string told;
+        expect_message(&told);
+        choice.accept();
+        EXPECT_TRUE(choice.isVisible());
+        EXPECT_NE(told.find("ne peut pas être écrit"), std::string::npos);
+        file->setText(pdf);
         expect_window("QMessageBox",
                       [](QDialog& question) { press_button(question, QStringLiteral("&Annuler")); });
         choice.accept();
