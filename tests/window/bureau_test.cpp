@@ -73,6 +73,10 @@ TEST_F(BureauTest, base_is_made_a_file_imported_and_its_ledger_saved) {
         preview->save_pdf(pdf);
         EXPECT_EQ(bytes_of(pdf).substr(0, 5), "%PDF-");
         preview->close();
+        // Another edition, and the keyboard is in its fields at once.
+        key(window, Qt::Key_E);
+        ASSERT_NE(QApplication::focusWidget(), nullptr);
+        EXPECT_EQ(QApplication::focusWidget()->objectName(), QStringLiteral("Cbo_Exer"));
         window.close();
     }
     QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
