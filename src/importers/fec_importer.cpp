@@ -230,7 +230,7 @@ std::string fault_of_options(const FecOptions& options) {
         return "l'entrée standard ne peut être lue qu'une fois";
     if (char_count(options.entity) != 3 || !is_text(options.entity) ||
         options.entity.find_first_of(" \"|]/\\,") != std::string::npos)
-        return "le code d'entité doit avoir 3 caractères, sans blanc ni guillemet";
+        return "le code d'entité doit avoir 3 caractères, sans blanc ni aucun des signes \" | ] / \\ ,";
     if (trim_blanks(options.name).empty() || !is_text(options.name))
         return "le nom de l'entité manque ou n'est pas un texte";
     if (!is_text(options.address) || std::count(options.address.begin(), options.address.end(), '|') > 2)

@@ -95,8 +95,8 @@ QString PrinterChoiceDialog::pdf_path() const { return path_->text().trimmed(); 
 
 void PrinterChoiceDialog::accept() {
     const bool replaces = path_->isEnabled() && pdf_path() != agreed_ && QFileInfo::exists(pdf_path());
-    if (replaces && !may_replace()) return;
     if (path_->isEnabled() && !may_write()) return;
+    if (replaces && !may_replace()) return;
     QDialog::accept();
 }
 

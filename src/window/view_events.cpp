@@ -94,6 +94,8 @@ bool ViewWidget::eventFilter(QObject* watched, QEvent* event) {
     }
     case QEvent::MouseButtonPress:
         return mouse_pressed(field, widget, *static_cast<QMouseEvent*>(event));
+    case QEvent::MouseMove:
+        return drag_moved(field, widget, *static_cast<QMouseEvent*>(event));
     case QEvent::MouseButtonDblClick:
         return mouse_doubled(field, widget, *static_cast<QMouseEvent*>(event));
     case QEvent::Wheel:
@@ -128,7 +130,9 @@ bool ViewWidget::eventFilter(QObject* watched, QEvent* event) {
 void ViewWidget::follow_keyboard(Field& field, QWidget* widget) {
     if (!field.takes_focus()) return;
     QTimer::singleShot(0, this, [this, &field, held = QPointer(widget)] {
-        if (held && held->hasFocus() && view_.focus() != &field) act([&] { gestures::go_to(field); });
+        // Not inside a gesture that has a box open: it says itself where the keyboard goes.
+        if (depth_ == 0 && held && held->hasFocus() && view_.focus() != &field)
+            act([&] { gestures::go_to(field); });
     });
 }
 
@@ -216,8 +220,10 @@ bool ViewWidget::key_in_rows(Field& field, const QKeyEvent& event) {
 }
 
 void ViewWidget::pick(RowsField& rows, int row) {
-    part_of_.at(&rows)->last_picked = row;
+    Part& part = *part_of_.at(&rows);
+    part.last_picked = row;
     act([&] { gestures::pick(rows, row); });
+    refresh(part); // a combo shows the row that was chosen in it, also when the choice did not happen
 }
 
 // The row from which keys and wheel go on. A routine that writes the text of the row picked into its combo
@@ -251,12 +257,21 @@ bool ViewWidget::key_on_option(Field& field, const QKeyEvent& event) {
 // menu of a surface that the user did not press.
 bool ViewWidget::mouse_pressed(Field& field, QWidget* widget, const QMouseEvent& event) {
     if (!widget->isEnabled()) return true;
+    drag_from_.reset();
+    if (field.kind() == FieldKind::list && event.button() != Qt::LeftButton)
+        drag_from_ = event.position().toPoint();
     const bool left = event.button() == Qt::LeftButton;
+    // The list of a combo opens with the press, so what the field left has to say comes before.
+    if (left && field.kind() == FieldKind::combo && view_.focus() != &field) {
+        act([&] { gestures::go_to(field); });
+        return view_.focus() != &field;
+    }
     if (field.kind() == FieldKind::frame || field.kind() == FieldKind::label || !left) {
         act([&] { gestures::press_mouse(field, button_of(event.button())); });
         return true;
     }
-    if (field.kind() != FieldKind::list || field.spec().multi) return false;
+    if (field.kind() != FieldKind::list) return false;
+    if (field.spec().multi) return pressed_on_blank(field, widget, event);
     auto* list = qobject_cast<QListView*>(widget->parentWidget());
     if (list == nullptr) return false;
     list->setFocus(Qt::OtherFocusReason);
@@ -265,6 +280,29 @@ bool ViewWidget::mouse_pressed(Field& field, QWidget* widget, const QMouseEvent&
         act([&] { gestures::click_row(static_cast<ListField&>(field), pressed.row()); });
     else
         act([&] { gestures::go_to(field); });
+    return true;
+}
+
+// A press beside the rows begins a drag of the rows selected; it must not unselect them.
+bool ViewWidget::pressed_on_blank(Field& field, QWidget* widget, const QMouseEvent& event) {
+    auto* list = qobject_cast<QListView*>(widget->parentWidget());
+    if (list == nullptr || list->indexAt(event.position().toPoint()).isValid()) return false;
+    drag_from_ = event.position().toPoint();
+    list->setFocus(Qt::OtherFocusReason);
+    act([&] { gestures::go_to(field); });
+    return true;
+}
+
+// Drags that the list does not begin by itself: those from beside its rows and those of the other buttons.
+bool ViewWidget::drag_moved(Field& field, QWidget* widget, const QMouseEvent& event) {
+    if (field.kind() != FieldKind::list || !field.spec().multi || !drag_from_) return false;
+    auto* list = static_cast<RowsList*>(part_of_.at(&field)->widget);
+    if (widget != list->viewport()) return false;
+    const QPoint way = event.position().toPoint() - *drag_from_;
+    if (event.buttons() != Qt::NoButton && way.manhattanLength() >= QApplication::startDragDistance()) {
+        drag_from_.reset();
+        list->begin_drag();
+    }
     return true;
 }
 

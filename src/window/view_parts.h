@@ -34,6 +34,7 @@ private:
 class ViewWidget::RowsList final : public QListView {
 public:
     RowsList(QWidget* parent, Field& field) : QListView(parent), field_(field) {}
+    void begin_drag() { startDrag(Qt::CopyAction); }
 
 protected:
     void startDrag(Qt::DropActions actions) override;

@@ -59,6 +59,16 @@ bool holds_keyboard(const QWidget& widget) {
     return holder == &widget || widget.isAncestorOf(holder);
 }
 
+// What is pasted may hold the ends of lines; a field holds one.
+std::string one_line(const QString& text) {
+    QString line = text;
+    for (QChar& c : line)
+        if (c == QLatin1Char('\n') || c == QLatin1Char('\r') || c == QChar::LineSeparator ||
+            c == QChar::ParagraphSeparator)
+            c = QLatin1Char(' ');
+    return field_text(line);
+}
+
 bool has_caption(FieldKind kind) {
     return kind == FieldKind::label || kind == FieldKind::button || kind == FieldKind::check_box ||
            kind == FieldKind::option;
@@ -150,7 +160,7 @@ QWidget* ViewWidget::make_text(Part& part, QWidget* parent) {
     edit->setContextMenuPolicy(Qt::PreventContextMenu);
     // What goes in by any other way than a key: pasted, cut, dropped, undone.
     connect(edit, &QLineEdit::textEdited, this, [this, &field = *part.field](const QString& text) {
-        if (!refreshing_) act([&] { gestures::replace_text(field, field_text(text)); });
+        if (!refreshing_) act([&] { gestures::replace_text(field, one_line(text)); });
     });
     return edit;
 }
@@ -177,7 +187,7 @@ QWidget* ViewWidget::make_combo(Part& part, QWidget* parent) {
     });
     connect(combo->lineEdit(), &QLineEdit::textEdited, this,
             [this, &field = *part.field](const QString& text) {
-                if (!refreshing_) act([&] { gestures::replace_text(field, field_text(text)); });
+                if (!refreshing_) act([&] { gestures::replace_text(field, one_line(text)); });
             });
     watch(combo->lineEdit(), *part.field);
     return combo;
@@ -217,8 +227,11 @@ QWidget* ViewWidget::make_button(Field& field, QWidget* parent) {
     }
     if (field.caption() == "↓") button->setAccessibleName(tr("Descendre les lignes choisies"));
     if (field.caption() == "↑") button->setAccessibleName(tr("Retirer les lignes choisies"));
-    connect(button, &QAbstractButton::clicked, this,
-            [this, &field] { act([&] { gestures::click(field); }); });
+    // The widget has turned itself over already; whether the field does is for the gesture to say.
+    connect(button, &QAbstractButton::clicked, this, [this, &field] {
+        refresh_choice(field);
+        act([&] { gestures::click(field); });
+    });
     return button;
 }
 
@@ -424,12 +437,22 @@ void ViewWidget::refresh(Part& part) {
     refreshing_ = false;
 }
 
+// A box or an option as its field has it. An option cannot be taken back by itself: the one that is chosen in
+// its frame is.
+void ViewWidget::refresh_choice(const Field& field) {
+    for (const auto& part : parts_) {
+        const bool same = part->field == &field ||
+                          (part->field->kind() == FieldKind::option && part->field->kind() == field.kind());
+        if (same && field.kind() != FieldKind::button) refresh(*part);
+    }
+}
+
 void ViewWidget::refresh_rows(Part& part) {
     const auto& rows = static_cast<const RowsField&>(*part.field);
     if (part.rows->take(rows.rows())) part.last_picked = -1;
     if (auto* combo = qobject_cast<QComboBox*>(part.widget)) {
         const QString shown = shown_text(static_cast<const ComboField&>(rows).text());
-        if (combo->currentIndex() != rows.list_index()) combo->setCurrentIndex(rows.list_index());
+        if (const int row = row_at_hand(rows); combo->currentIndex() != row) combo->setCurrentIndex(row);
         if (combo->lineEdit()->text() != shown) combo->lineEdit()->setText(shown);
         return;
     }
@@ -471,7 +494,13 @@ void ViewWidget::refresh_focus() {
     const bool elsewhere = !lost && holder != nullptr && holder->isVisible() &&
                            holder->window() == window() && !holder->isAncestorOf(this) &&
                            !holds_keyboard(*this);
+    // A field to which the keyboard only comes back, from a box or a search, keeps its caret.
+    const bool moved = std::exchange(shown_focus_, field) != field;
     if (elsewhere || widget->hasFocus()) return;
+    if (!moved) {
+        widget->setFocus(Qt::OtherFocusReason);
+        return;
+    }
     widget->setFocus(Qt::TabFocusReason); // so that styles show where the keyboard is
     // In a window smaller than the view, what has the keyboard comes into sight.
     for (QWidget* around = parentWidget(); around != nullptr; around = around->parentWidget())

@@ -14,11 +14,13 @@
 #include "platform/view.h"
 #include "window/captions.h"
 
+#include <QPoint>
 #include <QWidget>
 
 #include <exception>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -110,6 +112,7 @@ private:
 
     void refresh(Part& part);
     void refresh_rows(Part& part);
+    void refresh_choice(const Field& field);
     void refresh_progress(const Part& part, bool at_once);
     void refresh_focus();
 
@@ -120,6 +123,8 @@ private:
     bool key_in_rows(Field& field, const QKeyEvent& event);
     bool key_on_option(Field& field, const QKeyEvent& event);
     bool mouse_pressed(Field& field, QWidget* widget, const QMouseEvent& event);
+    bool pressed_on_blank(Field& field, QWidget* widget, const QMouseEvent& event);
+    bool drag_moved(Field& field, QWidget* widget, const QMouseEvent& event);
     bool mouse_doubled(Field& field, QWidget* widget, const QMouseEvent& event);
     bool wheel_turned(Field& field, QWidget* widget, QWheelEvent& event);
     bool dropped(Field& field, QEvent& event);
@@ -145,7 +150,9 @@ private:
     bool drawing_later_ = false;
     bool refreshing_ = false; // the widgets follow the fields; what they tell is no gesture
     bool focus_moved_ = false;
-    bool keyboard_was_here_ = false; // and went because a widget was disabled, not because the user left
+    const Field* shown_focus_ = nullptr; // the field to which the keyboard was led last
+    bool keyboard_was_here_ = false;     // and went because a widget was disabled, not because the user left
+    std::optional<QPoint> drag_from_;    // where a drag was pressed that a list does not begin by itself
     int depth_ = 0;
     int bar_pixel_ = -1; // how far the bar was painted
 };

@@ -18,6 +18,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
+#include <QStyle>
 #include <QVBoxLayout>
 
 namespace corvalissement {
@@ -61,7 +62,10 @@ public:
         layout->setContentsMargins(0, 0, 0, 0);
         layout->addWidget(area);
         const QSize room = screen()->availableSize() - QSize(40, 60);
-        resize(view_->sizeHint().boundedTo(room));
+        QSize wanted = view_->sizeHint();
+        const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 2;
+        if (wanted.height() > room.height()) wanted.rwidth() += bar; // beside the bar of what is too high
+        resize(wanted.boundedTo(room));
         // In this order: an area that was smaller than its widget for a moment keeps its scroll bars.
         layout->activate();
         area->setWidgetResizable(true);

@@ -4,6 +4,7 @@
 #include "window/control_widget.h"
 #include "window/preview_window.h"
 
+#include <QAbstractItemView>
 #include <QDropEvent>
 #include <QLabel>
 #include <QListView>
@@ -267,6 +268,36 @@ TEST_F(WindowTest, click_behind_a_typed_number_is_not_lost) {
     QApplication::processEvents();
     EXPECT_TRUE(add->isEnabled());
     EXPECT_EQ(form_.control()->focus()->name(), "Cmd_Ajouter");
+}
+
+// A refused date keeps the user where he is: what he pressed shows no change, and his text keeps its caret.
+TEST_F(WindowTest, refused_date_leaves_everything_else_as_it_was) {
+    auto* date = widget<QLineEdit>("Txt_DateDeb");
+    const auto refuse = [&](auto&& gesture) {
+        QTest::mouseClick(date, Qt::LeftButton);
+        QApplication::processEvents();
+        date->selectAll();
+        type("Txt_DateDeb", "310224");
+        std::string told;
+        expect_message(&told);
+        gesture();
+        QApplication::processEvents();
+        EXPECT_EQ(told, "La date saisie n'est pas valide.");
+        EXPECT_EQ(form_.control()->focus()->name(), "Txt_DateDeb");
+        static_cast<void>(keyboard());
+        EXPECT_FALSE(date->hasSelectedText());
+    };
+    refuse([&] { QTest::mouseClick(widget("Cac_HorsCpteSolde"), Qt::LeftButton, {}, QPoint(6, 8)); });
+    EXPECT_FALSE(widget<QAbstractButton>("Cac_HorsCpteSolde")->isChecked());
+    refuse([&] { QTest::mouseClick(widget("Opt_FichierGraphique"), Qt::LeftButton, {}, QPoint(6, 12)); });
+    EXPECT_FALSE(widget<QAbstractButton>("Opt_FichierGraphique")->isChecked());
+    EXPECT_TRUE(widget<QAbstractButton>("Opt_Liste")->isChecked());
+    auto* year = widget<QComboBox>("Cbo_Exer");
+    refuse([&] { QTest::mouseClick(year, Qt::LeftButton, {}, QPoint(year->width() - 6, 8)); });
+    EXPECT_FALSE(year->view()->isVisible());
+    refuse([&] { emit year->activated(2); });
+    EXPECT_EQ(year->currentText(), QStringLiteral("N"));
+    EXPECT_EQ(form_.control()->field<ComboField>("Cbo_Exer").list_index(), 1);
 }
 
 TEST_F(WindowTest, letter_of_a_closed_caption_is_not_typed) {
