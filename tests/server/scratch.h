@@ -3,6 +3,7 @@
 
 #include "platform/failures.h"
 #include "server/store.h"
+#include "support/scratch.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -17,22 +18,7 @@
 
 namespace corvalissement {
 
-class ScratchFolder {
-public:
-    ScratchFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "corvalissement-XXXXXX").string();
-        if (::mkdtemp(name.data()) == nullptr) std::abort();
-        path_ = name;
-    }
-    ~ScratchFolder() { std::filesystem::remove_all(path_); }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    [[nodiscard]] std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
+using ScratchFolder = testing_support::Scratch;
 
 // Runs `work` in a process of its own, which ends without any destructor but those of `work`.
 inline pid_t start_process(const std::function<int()>& work) {
