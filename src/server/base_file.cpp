@@ -172,7 +172,10 @@ void NewBase::publish() {
     // The log of a base that was killed and then deleted would be taken for a part of the new one.
     for (const char* beside : BESIDE)
         static_cast<void>(::unlink((path_ + beside).c_str()));
-    if (state == BaseState::empty || ::link(aside_.c_str(), path_.c_str()) != 0) {
+    const bool linked = state == BaseState::missing && ::link(aside_.c_str(), path_.c_str()) == 0;
+    if (!linked && state == BaseState::missing && errno == EEXIST)
+        refuse(path_, "une base de ce nom vient d'être mise là ; rien n'y a été changé");
+    if (!linked) {
         std::error_code failed;
         std::filesystem::rename(aside_, path_, failed); // over an empty file, or where links don't exist
         if (failed) refuse(path_, "la base ne peut pas être créée (chemin ou droits)");

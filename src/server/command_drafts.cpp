@@ -9,8 +9,10 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <map>
 #include <set>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -30,8 +32,17 @@ constexpr std::size_t LINE_CHARS = 5;
 constexpr std::size_t ACCOUNT_KEY_CHARS = 13;
 constexpr std::size_t BATCH = 1'000; // lines read before they are written: a scan must not write
 
+// Another session that only empties or looks at the files has them for a moment, and is waited for; one whose
+// edition is on its way is not.
 void keep_files(ServerSession& session) {
-    if (!session.lock(files::BALANCEGENETEMPO, EDITION))
+    constexpr int TRIES = 25;
+    constexpr std::chrono::milliseconds PAUSE{20};
+    bool kept = session.lock(files::BALANCEGENETEMPO, EDITION);
+    for (int i = 0; i < TRIES && !kept; ++i) {
+        std::this_thread::sleep_for(PAUSE);
+        kept = session.lock(files::BALANCEGENETEMPO, EDITION);
+    }
+    if (!kept)
         throw StepFailure(ERR_STORE, "les fichiers temporaires sont tenus par une autre édition",
                           std::string(files::BALANCEGENETEMPO));
 }
