@@ -2,7 +2,7 @@
 //
 // Units are 1/1440 inch; x grows to the right from the left edge of the paper, y downwards from its top
 // edge. On every surface of this project a character is 12 units wide per point of type size and a line
-// 22.656 units high per point. A surface streams: what stands on a page that has ended is no longer held.
+// 22.113 units high per point. A surface streams: what stands on a page that has ended is no longer held.
 //
 // Failures: the operations that put ink on paper may throw StepFailure (ERR_OUTPUT). Not thread-safe.
 #pragma once
@@ -13,7 +13,7 @@
 namespace corvalissement {
 
 inline constexpr double CHAR_UNITS_PER_POINT = 12.0;
-inline constexpr double LINE_UNITS_PER_POINT = 22.656;
+inline constexpr double LINE_UNITS_PER_POINT = 22.113;
 inline constexpr int LANDSCAPE = 2;
 
 enum class LineEnd : bool { keep, end };

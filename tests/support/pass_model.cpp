@@ -12,7 +12,7 @@ namespace corvalissement::testing_support {
 namespace {
 
 constexpr double CM = 567;
-constexpr double ROW = 226.56; // a text line at 10 points
+constexpr double ROW = 221.13; // a text line at 10 points
 
 std::vector<std::string> letters(const std::string& text) {
     std::vector<std::string> result;
