@@ -39,9 +39,9 @@ TEST_F(SurfaceTest, the_trace_tells_each_operation_at_its_position) {
     const std::vector<std::string> expected{
         R"({"op":"texte","page":1,"x":0,"y":226.8,"taille":10,"gras":false,"souligne":false,"texte":"Date : "})",
         R"({"op":"texte","page":1,"x":840,"y":226.8,"taille":10,"gras":false,"souligne":true,"texte":"é"})",
-        R"({"op":"texte","page":1,"x":0,"y":453.36,"taille":14,"gras":true,"souligne":false,"texte":"ab"})",
-        R"({"op":"texte","page":1,"x":336,"y":453.36,"taille":14,"gras":true,"souligne":false,"texte":" "})",
-        R"({"op":"texte","page":1,"x":0,"y":1087.728,"taille":10.5,"gras":true,"souligne":false,"texte":"c"})",
+        R"({"op":"texte","page":1,"x":0,"y":447.93,"taille":14,"gras":true,"souligne":false,"texte":"ab"})",
+        R"({"op":"texte","page":1,"x":336,"y":447.93,"taille":14,"gras":true,"souligne":false,"texte":" "})",
+        R"({"op":"texte","page":1,"x":0,"y":1067.094,"taille":10.5,"gras":true,"souligne":false,"texte":"c"})",
         R"({"op":"trait","page":1,"x1":56.7,"y1":2891.7,"x2":15309,"y2":2891.7,"epaisseur":3})",
         R"({"op":"texte","page":1,"x":15309,"y":2891.7,"taille":10.5,"gras":true,"souligne":false,"texte":"d"})",
         R"({"op":"texte","page":2,"x":0,"y":0,"taille":10.5,"gras":true,"souligne":false,"texte":"e"})",
