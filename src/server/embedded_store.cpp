@@ -2,10 +2,11 @@
 // directory `fichiers`, so that any text can name a file. Keys and records are bytes, ordered byte by byte.
 // Small records lie in the key's own tree; those of the balance files, which grow with the entries of an
 // account, lie apart from their keys, so that a walk over keys doesn't wade through them.
-#include "data/keys.h"
 #include "output/output_file.h"
 #include "platform/failures.h"
 #include "server/base_file.h"
+#include "server/base_schema.h"
+#include "server/page_guard.h"
 #include "server/record_locks.h"
 #include "server/sqlite_base.h"
 #include "server/store.h"
@@ -22,10 +23,6 @@ namespace {
 
 constexpr std::uintmax_t LONG_LOG =
     1U << 20U; // a log of this size slows readers enough to be worth a checkpoint
-
-bool holds_large_records(std::string_view file) {
-    return file == files::BALANCEGENE || file == files::BALANCEGENEARCHIVE || file == files::BALANCEGENETEMPO;
-}
 
 // The name of a file as the library takes it with options: every byte that could be one is spelled out.
 std::string immutable_name(const std::string& path) {
@@ -47,11 +44,26 @@ std::string immutable_name(const std::string& path) {
     return name + "?immutable=1";
 }
 
+// Lets the changes of the library come across pages that were never written, as long as it lives.
+class Changing {
+public:
+    explicit Changing(const SqliteConnection& connection) : connection_(connection) { let(1); }
+    ~Changing() { let(0); }
+    Changing(const Changing&) = delete;
+    Changing& operator=(const Changing&) = delete;
+
+private:
+    void let(int holes) { sqlite3_file_control(connection_.handle(), "main", GUARD_HOLES, &holes); }
+    const SqliteConnection& connection_;
+};
+
 class EmbeddedStore final : public Store {
 public:
-    // `shown` is the base as the user knows it.
-    EmbeddedStore(const std::string& path, const std::string& shown, int patience_ms)
-        : path_(path), guarded_(path), connection_(shown), locks_(path) {
+    // `path` is a whole path, `shown` the base as the user knows it. A base that is being made has no log
+    // and no second user, and is worth nothing before it is published: nothing in it is brought to the disk.
+    EmbeddedStore(const std::string& path, const std::string& shown, int patience_ms,
+                  BaseLog log = BaseLog::kept)
+        : path_(path), log_(log), guarded_(path), connection_(shown), locks_(path) {
         open(patience_ms);
     }
     ~EmbeddedStore() override {
@@ -84,6 +96,10 @@ public:
     void begin_reading() override;
     void end_reading() override;
 
+    // Ends what is under way. StepFailure when a change could not be taken back: without a log that leaves
+    // the base neither as it was nor as it was to be.
+    void require_sound();
+
     bool lock(std::string_view file, std::string_view key) override { return locks_.lock(file, key); }
     void unlock(std::string_view file, std::string_view key) override { locks_.unlock(file, key); }
 
@@ -96,11 +112,14 @@ private:
         bool scanned = false; // `scan` or `keys` is standing in a walk
     };
 
+    [[noreturn]] void fail(const char* reason) const {
+        throw StepFailure(ERR_STORE, connection_.shown() + " : " + reason, connection_.shown());
+    }
     void open(int patience_ms);
     void open_connection(const std::string& name, int flags, int patience_ms);
+    void first_look();
     bool unchanging() const;
 
-    std::string table(const File& file) const { return "f" + std::to_string(file.number); }
     bool exists(File& file);
     void make_table(File& file);
     static SqliteStatement& ready(SqliteStatement& statement, const SqliteConnection& connection,
@@ -113,6 +132,7 @@ private:
     void begin_state();
     void end_state() noexcept;
     void resume_state() noexcept;
+    void require_state();
     void shorten_log();
 
     std::string record_name(const File& file, std::string_view key) const {
@@ -120,6 +140,8 @@ private:
     }
 
     std::string path_;
+    BaseLog log_;
+    bool alone_ = false; // no other may use the base meanwhile
     GuardedFile guarded_;
     SqliteConnection connection_;
     RecordLocks locks_;
@@ -128,7 +150,8 @@ private:
     std::map<std::string, FileId, std::less<>> ids_;
     std::vector<FileId> made_; // tables that the open transaction made
     bool in_transaction_ = false;
-    bool state_kept_ = false; // a read transaction is open
+    int rolled_back_ = SQLITE_OK; // the first rollback that failed
+    bool state_kept_ = false;     // a read transaction is open
     std::size_t reading_depth_ = 0;
 };
 
@@ -137,25 +160,47 @@ private:
 void EmbeddedStore::open_connection(const std::string& name, int flags, int patience_ms) {
     connection_.close();
     connection_.open(name, flags, patience_ms);
-    connection_.run("PRAGMA synchronous=FULL;PRAGMA mmap_size=1073741824;PRAGMA cache_size=-2048;"
-                    "PRAGMA temp_store=MEMORY;PRAGMA journal_size_limit=67108864;PRAGMA "
-                    "cell_size_check=ON;PRAGMA secure_delete=OFF;");
-    // The first look at the pages tells a damaged base, or one that these rights don't open.
+    check_base_header(connection_, log_);
+    // None of these looks at the base; most of the settings below do.
+    connection_.run("PRAGMA cell_size_check=ON;PRAGMA temp_store=MEMORY");
+    if (alone_ || log_ == BaseLog::none) connection_.run("PRAGMA locking_mode=EXCLUSIVE");
+    first_look();
+    connection_.run("PRAGMA cache_size=-2048;PRAGMA journal_size_limit=67108864;PRAGMA secure_delete=OFF");
+    connection_.run(log_ == BaseLog::kept ? "PRAGMA synchronous=FULL;PRAGMA mmap_size=1073741824"
+                                          : "PRAGMA synchronous=OFF;PRAGMA journal_mode=MEMORY");
     find_.prepare(connection_, "SELECT numero FROM fichiers WHERE nom=?");
-    const StatementRun run(find_);
-    find_.bind(1, std::string_view());
-    static_cast<void>(find_.step());
+}
+
+// Tells a damaged base, one that these rights don't open, one that holds what this program doesn't know.
+void EmbeddedStore::first_look() {
+    try {
+        check_schema(connection_);
+    } catch (const StepFailure&) {
+        if ((sqlite3_errcode(connection_.handle()) & 0xFF) != SQLITE_CORRUPT ||
+            !is_cut_short(connection_, path_))
+            throw;
+        fail("la base est abîmée (fichier tronqué)");
+    }
+    int moved = 0;
+    const int result = sqlite3_file_control(connection_.handle(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+    if (result == SQLITE_OK && moved != 0) fail("la base vient d'être ôtée de là");
 }
 
 void EmbeddedStore::open(int patience_ms) {
     try {
         open_connection(path_, SQLITE_OPEN_READWRITE, patience_ms);
     } catch (const StepFailure&) {
-        // Where nothing can be written beside the base, not even the log of its readers, the file alone can
-        // still be read, as long as it is all there is.
-        if (!unchanging()) throw;
+        alone_ = sqlite3_extended_errcode(connection_.handle()) == SQLITE_IOERR_SHMSIZE;
         find_.finish();
-        open_connection(immutable_name(path_), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, patience_ms);
+        // Where nothing can be written beside the base, not even the log of its readers, the file alone can
+        // still be read, as long as it is all there is. A disk without room for the index of the log leaves
+        // the base to one user at a time, who keeps that index in memory.
+        if (unchanging())
+            open_connection(immutable_name(path_), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, patience_ms);
+        else if (alone_)
+            open_connection(path_, SQLITE_OPEN_READWRITE, patience_ms);
+        else
+            throw;
     }
 }
 
@@ -172,6 +217,7 @@ bool EmbeddedStore::unchanging() const {
 // --- tables and statements ---
 
 bool EmbeddedStore::exists(File& file) {
+    require_state();
     if (file.number != 0) return true;
     const StatementRun run(find_);
     find_.bind(1, file.name);
@@ -188,13 +234,8 @@ void EmbeddedStore::make_table(File& file) {
     add.finish();
     file.number = sqlite3_last_insert_rowid(connection_.handle());
     made_.push_back(ids_.find(file.name)->second);
-    const std::string name = table(file);
-    const std::string statements =
-        holds_large_records(file.name)
-            ? "CREATE TABLE " + name + "(cle BLOB NOT NULL, texte BLOB NOT NULL);CREATE UNIQUE INDEX " +
-                  name + "c ON " + name + "(cle)"
-            : "CREATE TABLE " + name + "(cle BLOB PRIMARY KEY, texte BLOB NOT NULL) WITHOUT ROWID";
-    connection_.run(statements.c_str());
+    for (const std::string& statement : table_statements(file.number, file.name))
+        connection_.run(statement.c_str());
 }
 
 SqliteStatement& EmbeddedStore::ready(SqliteStatement& statement, const SqliteConnection& connection,
@@ -224,7 +265,7 @@ bool EmbeddedStore::read(FileId id, std::string_view key, std::string& record) {
     File& file = files_.at(id);
     if (!exists(file)) return false;
     if (!file.read.prepared())
-        file.read.prepare(connection_, "SELECT texte FROM " + table(file) + " WHERE cle=?");
+        file.read.prepare(connection_, "SELECT texte FROM " + table_name(file.number) + " WHERE cle=?");
     const StatementRun run(file.read);
     file.read.bind(1, key);
     bool found = false;
@@ -242,7 +283,7 @@ void EmbeddedStore::walk(FileId id, std::string_view from, bool with_records, Ro
     File& file = files_.at(id);
     if (!exists(file)) return;
     const std::string text = std::string("SELECT cle") + (with_records ? ",texte" : "") + " FROM " +
-                             table(file) + " WHERE cle>=? ORDER BY cle";
+                             table_name(file.number) + " WHERE cle>=? ORDER BY cle";
     // A walk begun inside a visit of another one over the same file takes a statement of its own.
     SqliteStatement inner;
     const bool nested = file.scanned;
@@ -257,7 +298,13 @@ void EmbeddedStore::walk(FileId id, std::string_view from, bool with_records, Ro
     const std::string start(from); // a visit may change what `from` looks at
     const StatementRun run(statement);
     statement.bind(1, start);
-    while (statement.step(file.name) && row(statement)) {
+    // Records come in order, each once: a tree in which they don't leads round in circles.
+    std::string last;
+    for (bool first = true; statement.step(file.name); first = false) {
+        const std::string_view key = statement.bytes(0);
+        if (!first && key <= last) connection_.fail(SQLITE_CORRUPT, file.name);
+        last.assign(key);
+        if (!row(statement)) break;
     }
 }
 
@@ -275,6 +322,7 @@ void EmbeddedStore::scan_keys(FileId file, std::string_view from, const VisitKey
 template <class Change>
 void EmbeddedStore::change(FileId id, std::string_view key, Change&& make) {
     File& file = files_.at(id);
+    const Changing changing(connection_);
     try {
         if (in_transaction_) {
             if (!exists(file)) make_table(file);
@@ -294,7 +342,7 @@ void EmbeddedStore::write(FileId id, std::string_view key, std::string_view reco
     change(id, key, [&](File& file) {
         SqliteStatement& statement =
             ready(file.write, connection_,
-                  "INSERT INTO " + table(file) +
+                  "INSERT INTO " + table_name(file.number) +
                       "(cle,texte) VALUES(?,?) ON CONFLICT(cle) DO UPDATE SET texte=excluded.texte");
         const StatementRun run(statement);
         statement.bind(1, key);
@@ -308,7 +356,7 @@ bool EmbeddedStore::erase(FileId id, std::string_view key) {
     bool held = false;
     change(id, key, [&](File& file) {
         SqliteStatement& statement =
-            ready(file.erase, connection_, "DELETE FROM " + table(file) + " WHERE cle=?");
+            ready(file.erase, connection_, "DELETE FROM " + table_name(file.number) + " WHERE cle=?");
         const StatementRun run(statement);
         statement.bind(1, key);
         static_cast<void>(statement.step());
@@ -319,13 +367,13 @@ bool EmbeddedStore::erase(FileId id, std::string_view key) {
 
 void EmbeddedStore::clear(FileId id) {
     if (!exists(files_.at(id))) return;
-    change(id, "", [&](File& file) { connection_.run(("DELETE FROM " + table(file)).c_str()); });
+    change(id, "", [&](File& file) { connection_.run(("DELETE FROM " + table_name(file.number)).c_str()); });
 }
 
 // --- transactions ---
 
 void EmbeddedStore::begin() {
-    if (in_transaction_) throw StepFailure(ERR_STORE, path_ + " : une transaction est déjà ouverte", path_);
+    if (in_transaction_) fail("une transaction est déjà ouverte");
     end_state(); // a writer works on the newest state, not on the one being read
     try {
         connection_.run("BEGIN IMMEDIATE");
@@ -337,11 +385,10 @@ void EmbeddedStore::begin() {
 }
 
 void EmbeddedStore::commit() {
-    if (!in_transaction_) throw StepFailure(ERR_STORE, path_ + " : aucune transaction n'est ouverte", path_);
+    if (!in_transaction_) fail("aucune transaction n'est ouverte");
     // A full disk may have made the library give the whole transaction up already: nothing is there to
     // commit.
-    if (sqlite3_get_autocommit(connection_.handle()) != 0)
-        throw StepFailure(ERR_STORE, path_ + " : la transaction a été abandonnée", path_);
+    if (sqlite3_get_autocommit(connection_.handle()) != 0) fail("la transaction a été abandonnée");
     connection_.run("COMMIT");
     in_transaction_ = false;
     made_.clear();
@@ -350,8 +397,10 @@ void EmbeddedStore::commit() {
 
 void EmbeddedStore::rollback() noexcept {
     if (!in_transaction_) return;
-    if (sqlite3_get_autocommit(connection_.handle()) == 0)
-        sqlite3_exec(connection_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+    if (sqlite3_get_autocommit(connection_.handle()) == 0) {
+        const int result = sqlite3_exec(connection_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+        if (rolled_back_ == SQLITE_OK) rolled_back_ = result;
+    }
     in_transaction_ = false;
     for (const FileId id : made_) {
         File& file = files_[id];
@@ -361,6 +410,11 @@ void EmbeddedStore::rollback() noexcept {
     }
     made_.clear();
     resume_state();
+}
+
+void EmbeddedStore::require_sound() {
+    rollback();
+    if (rolled_back_ != SQLITE_OK) connection_.fail(rolled_back_);
 }
 
 // --- one state for a run of reads ---
@@ -385,7 +439,7 @@ void EmbeddedStore::end_state() noexcept {
     state_kept_ = false;
 }
 
-// Back to a kept state after a write. Should that fail, the reads go on without one.
+// Back to a kept state after a write. Should that fail, the next read tries again and tells.
 void EmbeddedStore::resume_state() noexcept {
     if (reading_depth_ == 0 || in_transaction_) return;
     try {
@@ -393,6 +447,10 @@ void EmbeddedStore::resume_state() noexcept {
     } catch (const StepFailure&) {
         state_kept_ = false;
     }
+}
+
+void EmbeddedStore::require_state() {
+    if (reading_depth_ > 0 && !in_transaction_ && !state_kept_) begin_state();
 }
 
 void EmbeddedStore::shorten_log() {
@@ -419,25 +477,34 @@ void EmbeddedStore::end_reading() {
 } // namespace
 
 std::unique_ptr<Store> open_embedded_store(const std::string& path, OpenMode mode, int patience_ms) {
-    const BaseState state = check_base_file(path);
+    const std::string whole = base_path(path);
+    const BaseState state = look_at_base(whole, path);
     if (state != BaseState::present) {
         if (mode == OpenMode::must_exist)
             throw StepFailure(ERR_STORE,
                               path + (state == BaseState::missing ? " : cette base n'existe pas"
                                                                   : " : ce fichier n'est pas une base"),
                               path);
-        create_base_file(path);
+        NewBase made(whole, path);
+        if (made.needed()) made.publish();
     }
-    return std::make_unique<EmbeddedStore>(path, path, patience_ms);
+    return std::make_unique<EmbeddedStore>(whole, path, patience_ms);
 }
 
 void fill_embedded_store(const std::string& path, const std::function<void(Store&)>& fill) {
-    NewBase made(path);
-    {
-        EmbeddedStore store(made.needed() ? made.aside() : path, path, WRITER_PATIENCE_MS);
+    const std::string whole = base_path(path);
+    NewBase made(whole, path);
+    if (!made.needed()) {
+        EmbeddedStore store(whole, path, WRITER_PATIENCE_MS);
         fill(store);
+        return;
     }
-    if (made.needed()) made.publish();
+    {
+        EmbeddedStore store(made.aside(), path, WRITER_PATIENCE_MS, BaseLog::none);
+        fill(store);
+        store.require_sound();
+    }
+    made.publish();
 }
 
 } // namespace corvalissement

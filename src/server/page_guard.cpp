@@ -31,7 +31,7 @@ void put_word(unsigned char* bytes, std::uint64_t word) noexcept {
 struct Guarded {
     sqlite3_file file; // first, as the library sees it
     std::vector<bool>* proven;
-    bool writing; // the connection holds the writer's lock
+    bool holes; // a writer may come across pages that were never written
 };
 
 Guarded& guarded(sqlite3_file* file) { return *reinterpret_cast<Guarded*>(file); }
@@ -47,10 +47,7 @@ std::uint64_t number_of(sqlite3_int64 offset) { return static_cast<std::uint64_t
 
 bool proves_itself(const Guarded& file, const unsigned char* page, sqlite3_int64 offset) {
     if (word_at(page + CONTENT) == page_sum(page, number_of(offset))) return true;
-    // A page taken and given back inside one transaction is never written: it is a hole, and only a writer
-    // that takes it again comes across it.
-    return file.writing &&
-           std::all_of(page, page + GUARDED_PAGE, [](unsigned char byte) { return byte == 0; });
+    return file.holes && std::all_of(page, page + GUARDED_PAGE, [](unsigned char byte) { return byte == 0; });
 }
 
 int guard_close(sqlite3_file* file) {
@@ -61,7 +58,7 @@ int guard_close(sqlite3_file* file) {
 int guard_read(sqlite3_file* file, void* buffer, int amount, sqlite3_int64 offset) {
     const int result = below(file)->pMethods->xRead(below(file), buffer, amount, offset);
     if (!whole_page(offset, amount)) return result;
-    if (result == SQLITE_IOERR_SHORT_READ && offset > 0 && !guarded(file).writing) return SQLITE_IOERR_DATA;
+    if (result == SQLITE_IOERR_SHORT_READ && offset > 0 && !guarded(file).holes) return SQLITE_IOERR_DATA;
     if (result != SQLITE_OK) return result;
     return proves_itself(guarded(file), static_cast<const unsigned char*>(buffer), offset)
                ? SQLITE_OK
@@ -77,25 +74,10 @@ int guard_write(sqlite3_file* file, const void* buffer, int amount, sqlite3_int6
     return below(file)->pMethods->xWrite(below(file), page.data(), amount, offset);
 }
 
-int guard_lock(sqlite3_file* file, int level) {
-    const int result = below(file)->pMethods->xLock(below(file), level);
-    if (result == SQLITE_OK && level >= SQLITE_LOCK_RESERVED) guarded(file).writing = true;
-    return result;
-}
-
-int guard_unlock(sqlite3_file* file, int level) {
-    guarded(file).writing = false;
-    return below(file)->pMethods->xUnlock(below(file), level);
-}
-
-// In the shared memory of the write-ahead log, the first lock is the writer's.
-int guard_shm_lock(sqlite3_file* file, int offset, int count, int flags) {
-    const int result = below(file)->pMethods->xShmLock(below(file), offset, count, flags);
-    if (offset == 0 && (flags & SQLITE_SHM_UNLOCK) != 0) guarded(file).writing = false;
-    if (offset == 0 && result == SQLITE_OK && (flags & SQLITE_SHM_LOCK) != 0 &&
-        (flags & SQLITE_SHM_EXCLUSIVE) != 0)
-        guarded(file).writing = true;
-    return result;
+int guard_control(sqlite3_file* file, int op, void* arg) {
+    if (op != GUARD_HOLES) return below(file)->pMethods->xFileControl(below(file), op, arg);
+    guarded(file).holes = *static_cast<const int*>(arg) != 0;
+    return SQLITE_OK;
 }
 
 // Marks a page as proven, so that the mapped page is summed once. False when there is no memory for it.
@@ -131,13 +113,15 @@ int pass_size(sqlite3_file* f, sqlite3_int64* size) { return below(f)->pMethods-
 int pass_reserved(sqlite3_file* f, int* held) {
     return below(f)->pMethods->xCheckReservedLock(below(f), held);
 }
-int pass_control(sqlite3_file* f, int op, void* arg) {
-    return below(f)->pMethods->xFileControl(below(f), op, arg);
-}
+int pass_lock(sqlite3_file* f, int level) { return below(f)->pMethods->xLock(below(f), level); }
+int pass_unlock(sqlite3_file* f, int level) { return below(f)->pMethods->xUnlock(below(f), level); }
 int pass_sector(sqlite3_file* f) { return below(f)->pMethods->xSectorSize(below(f)); }
 int pass_device(sqlite3_file* f) { return below(f)->pMethods->xDeviceCharacteristics(below(f)); }
 int pass_shm_map(sqlite3_file* f, int region, int size, int extend, void volatile** at) {
     return below(f)->pMethods->xShmMap(below(f), region, size, extend, at);
+}
+int pass_shm_lock(sqlite3_file* f, int offset, int count, int flags) {
+    return below(f)->pMethods->xShmLock(below(f), offset, count, flags);
 }
 void pass_shm_barrier(sqlite3_file* f) { below(f)->pMethods->xShmBarrier(below(f)); }
 int pass_shm_unmap(sqlite3_file* f, int drop) { return below(f)->pMethods->xShmUnmap(below(f), drop); }
@@ -146,9 +130,9 @@ int pass_unfetch(sqlite3_file* f, sqlite3_int64 offset, void* page) {
 }
 
 const sqlite3_io_methods METHODS = {
-    3,           guard_close,  guard_read,     guard_write,      pass_truncate,  pass_sync,
-    pass_size,   guard_lock,   guard_unlock,   pass_reserved,    pass_control,   pass_sector,
-    pass_device, pass_shm_map, guard_shm_lock, pass_shm_barrier, pass_shm_unmap, guard_fetch,
+    3,           guard_close,  guard_read,    guard_write,      pass_truncate,  pass_sync,
+    pass_size,   pass_lock,    pass_unlock,   pass_reserved,    guard_control,  pass_sector,
+    pass_device, pass_shm_map, pass_shm_lock, pass_shm_barrier, pass_shm_unmap, guard_fetch,
     pass_unfetch};
 
 sqlite3_vfs* under(sqlite3_vfs* layer) { return static_cast<sqlite3_vfs*>(layer->pAppData); }
@@ -160,7 +144,7 @@ int guard_open(sqlite3_vfs* layer, const char* name, sqlite3_file* file, int fla
     const int result = system->xOpen(system, name, below(file), flags, given);
     if (result != SQLITE_OK) return result;
     Guarded& mine = guarded(file);
-    mine.writing = false;
+    mine.holes = false;
     const bool able = below(file)->pMethods->iVersion >= 3;
     mine.proven = able ? new (std::nothrow) std::vector<bool>() : nullptr;
     if (mine.proven == nullptr) {

@@ -16,6 +16,11 @@ namespace corvalissement {
 inline constexpr std::size_t GUARDED_PAGE = 4096; // bytes of every page of a base
 inline constexpr int GUARD_BYTES = 8;             // kept free for the sum at the end of each page
 
+// A call to the open file (sqlite3_file_control, an int): whether a page of nothing but zeros is let through.
+// A page taken and given back inside one transaction is never written: it is a hole, and only a change that
+// takes it again comes across it. To anything that reads records, such a page is a lost one.
+inline constexpr int GUARD_HOLES = 0x43564C;
+
 // Makes the guard known to the library, once for the process; the name to open a base with.
 [[nodiscard]] const char* page_guard();
 

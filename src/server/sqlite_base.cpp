@@ -3,12 +3,15 @@
 #include "platform/failures.h"
 #include "server/page_guard.h"
 
+#include <utility>
+
 namespace corvalissement {
 
 namespace {
 
 const char* meaning(int result) {
-    if (result == SQLITE_IOERR_DATA) return "la base est abîmée";
+    if (result == SQLITE_IOERR_DATA || result == SQLITE_IOERR_SHORT_READ || result == SQLITE_IOERR_CORRUPTFS)
+        return "la base est abîmée";
     switch (result & 0xFF) {
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
@@ -17,6 +20,8 @@ const char* meaning(int result) {
     case SQLITE_NOTADB:
     case SQLITE_FORMAT:
     case SQLITE_MISMATCH:
+    case SQLITE_CONSTRAINT:
+    case SQLITE_INTERRUPT: // a look at the base that found no end
     case SQLITE_ERROR:
         return "la base est abîmée"; // our statements are fixed: only the base can be wrong
     case SQLITE_FULL:
@@ -45,11 +50,25 @@ const char* meaning(int result) {
 void SqliteConnection::open(const std::string& name, int flags, int patience_ms) {
     const char* const guard = page_guard();
     if (guard == nullptr) fail(SQLITE_NOMEM);
-    const int result = sqlite3_open_v2(name.c_str(), &handle_, flags | SQLITE_OPEN_NOMUTEX, guard);
+    const int all_flags = flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW;
+    const int result = sqlite3_open_v2(name.c_str(), &handle_, all_flags, guard);
     if (result != SQLITE_OK) fail(result);
     // Before any other statement: even the first look at a base may have to wait for a writer.
     sqlite3_busy_timeout(handle_, patience_ms);
     sqlite3_extended_result_codes(handle_, 1);
+    trust_nothing();
+}
+
+// Nothing that a base brings with it is run.
+void SqliteConnection::trust_nothing() const {
+    constexpr std::pair<int, int> SWITCHES[] = {
+        {SQLITE_DBCONFIG_DEFENSIVE, 1},      {SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0},
+        {SQLITE_DBCONFIG_ENABLE_TRIGGER, 0}, {SQLITE_DBCONFIG_ENABLE_VIEW, 0},
+        {SQLITE_DBCONFIG_DQS_DDL, 0},        {SQLITE_DBCONFIG_DQS_DML, 0}};
+    for (const auto& [name, value] : SWITCHES) {
+        const int result = sqlite3_db_config(handle_, name, value, nullptr);
+        if (result != SQLITE_OK) fail(result);
+    }
 }
 
 void SqliteConnection::close() noexcept {
@@ -57,7 +76,7 @@ void SqliteConnection::close() noexcept {
     handle_ = nullptr;
 }
 
-void SqliteConnection::run(const char* statements) {
+void SqliteConnection::run(const char* statements) const {
     const int result = sqlite3_exec(handle_, statements, nullptr, nullptr, nullptr);
     if (result != SQLITE_OK) fail(result);
 }

@@ -17,12 +17,13 @@ public:
     SqliteConnection(const SqliteConnection&) = delete;
     SqliteConnection& operator=(const SqliteConnection&) = delete;
 
-    // Opens `name` with the flags of the library; writers of other connections are waited for.
+    // Opens `name` with the flags of the library; writers of other connections are waited for. The name is a
+    // whole path without links, so that the library takes it for nothing but a path.
     void open(const std::string& name, int flags, int patience_ms);
     void close() noexcept;
 
     // Runs statements that give no row.
-    void run(const char* statements);
+    void run(const char* statements) const;
 
     // StepFailure (ERR_STORE): what the error number of the library means for a person.
     [[noreturn]] void fail(int result, std::string_view record = "") const;
@@ -31,6 +32,8 @@ public:
     [[nodiscard]] const std::string& shown() const noexcept { return shown_; }
 
 private:
+    void trust_nothing() const;
+
     std::string shown_;
     sqlite3* handle_ = nullptr;
 };

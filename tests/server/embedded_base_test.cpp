@@ -5,12 +5,44 @@
 
 #include <csignal>
 #include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <random>
 #include <sqlite3.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
+
+// The calls that bring a base to the disk, the library's and ours. Each passes, but for the one that
+// `until_failure` counts down to.
+namespace {
+long until_failure = 0;
+
+template <class Call, class... Arguments>
+auto call(const char* name, Arguments... arguments) {
+    if (until_failure > 0 && --until_failure == 0) {
+        errno = EIO;
+        return decltype(std::declval<Call>()(arguments...))(-1);
+    }
+    return reinterpret_cast<Call>(::dlsym(RTLD_NEXT, name))(arguments...);
+}
+} // namespace
+
+extern "C" {
+ssize_t pwrite64(int file, const void* bytes, size_t count, off64_t at) {
+    return call<ssize_t (*)(int, const void*, size_t, off64_t)>("pwrite64", file, bytes, count, at);
+}
+int fdatasync(int file) { return call<int (*)(int)>("fdatasync", file); }
+int fsync(int file) { return call<int (*)(int)>("fsync", file); }
+int ftruncate64(int file, off64_t size) noexcept {
+    return call<int (*)(int, off64_t)>("ftruncate64", file, size);
+}
+int renameat2(int from, const char* old, int to, const char* name, unsigned flags) noexcept {
+    return call<int (*)(int, const char*, int, const char*, unsigned)>("renameat2", from, old, to, name,
+                                                                       flags);
+}
+}
 
 namespace corvalissement {
 namespace {
@@ -55,8 +87,8 @@ TEST(EmbeddedBase, a_new_base_appears_when_it_is_filled_and_a_failure_leaves_non
                  StepFailure);
     EXPECT_EQ(files_in(folder), 0U);
     // What a kill has left aside is no hindrance, and a base that came to stand there meanwhile is kept.
-    put_bytes(path + ".creation", "half a base");
-    put_bytes(path + ".creation-wal", "its log");
+    for (const char* left : {".creation-verrou", ".creation", ".creation-journal"})
+        put_bytes(path + left, left[sizeof ".creation" - 1] == '-' ? "" : "half a base");
     fill_embedded_store(path, [](Store& store) { store.write(store.file("F"), "k", "v"); });
     EXPECT_EQ(files_in(folder), 1U);
     const std::string whole = bytes_of(path);
@@ -68,6 +100,129 @@ TEST(EmbeddedBase, a_new_base_appears_when_it_is_filled_and_a_failure_leaves_non
     std::string record;
     const auto store = open(path);
     EXPECT_TRUE(store->read(store->file("F"), "k", record));
+}
+
+TEST(EmbeddedBase, a_call_that_fails_leaves_a_whole_base_or_the_old_state) {
+    const ScratchFolder folder;
+    const std::string path = folder / "base";
+    const Records old{{"k", "old"}};
+    const Records both{{"a", std::string(20'000, 'a')}, {"b", std::string(20'000, 'b')}, {"k", "old"}};
+    const auto fill = [&](const Records& records) {
+        fill_embedded_store(path, [&](Store& store) {
+            Transaction whole(store);
+            for (const auto& [key, record] : records)
+                store.write(store.file("TEMPO"), key, record);
+            whole.commit();
+        });
+    };
+    fill(old);
+    const std::string before = bytes_of(path);
+    for (const bool standing : {false, true}) {
+        int failures = 0;
+        for (long nth = 1, left = 0; left == 0; ++nth) {
+            std::filesystem::remove(path);
+            if (standing) put_bytes(path, before);
+            until_failure = nth;
+            const int number = failure_number([&] { fill(both); });
+            left = until_failure;
+            until_failure = 0;
+            ASSERT_TRUE(number == 0 || number == ERR_STORE) << number;
+            failures += number == 0 ? 0 : 1;
+            if (!standing) {
+                ASSERT_EQ(files_in(folder), number == 0 ? 1U : 0U) << "call " << nth;
+            }
+            if (number == 0 || standing) {
+                ASSERT_EQ(records_of(*open(path), "TEMPO"), number == 0 ? both : old) << "call " << nth;
+            }
+        }
+        EXPECT_GT(failures, 10); // the calls are seen
+    }
+}
+
+TEST(EmbeddedBase, a_path_is_a_path) {
+    const ScratchFolder folder;
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.path());
+    for (const std::string name : {":memory:", "file:x?mode=memory", " a ", "./b", "-c", "file:%41"}) {
+        fill_embedded_store(name, [](Store& store) { store.write(store.file("F"), "k", "v"); });
+        EXPECT_EQ(records_of(*open(name), "F"), (Records{{"k", "v"}})) << name;
+        EXPECT_TRUE(std::filesystem::remove(folder / name)) << name;
+        EXPECT_EQ(files_in(folder), 0U) << name;
+    }
+    std::filesystem::current_path(before);
+}
+
+TEST(EmbeddedBase, what_a_base_brings_of_its_own_is_refused) {
+    const ScratchFolder folder;
+    const char* const cases[] = {
+        "",
+        "CREATE TRIGGER t AFTER INSERT ON f1 BEGIN DELETE FROM f2; END",
+        "CREATE INDEX i ON f1(texte)",
+        "ALTER TABLE f1 RENAME TO g; CREATE VIEW f1(cle,texte) AS WITH RECURSIVE r(n) AS "
+        "(SELECT 1 UNION ALL SELECT n+1 FROM r) SELECT CAST(n AS BLOB),x'41' FROM r",
+        "ALTER TABLE fichiers RENAME TO g; CREATE VIEW fichiers(numero,nom) AS SELECT * FROM g",
+        "PRAGMA writable_schema=ON; UPDATE sqlite_schema SET rootpage=4 WHERE name='f2'",
+        "DROP TABLE f2; CREATE TABLE f2(cle BLOB PRIMARY KEY, texte BLOB AS (cle)) WITHOUT ROWID",
+        "INSERT INTO fichiers VALUES(9,x'41')"};
+    for (const char* own : cases) {
+        const std::string path = folder / "base";
+        std::filesystem::remove(path);
+        fill_embedded_store(path, [](Store& store) {
+            for (const char* file : {"TEMPO", "JOURNAL"})
+                store.write(store.file(file), "k", "v");
+        });
+        sqlite3* forger = nullptr; // through the guard, so that every page proves itself
+        ASSERT_EQ(sqlite3_open_v2(path.c_str(), &forger, SQLITE_OPEN_READWRITE, page_guard()), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(forger, own, nullptr, nullptr, nullptr), SQLITE_OK) << own;
+        sqlite3_close(forger);
+        std::string text;
+        const int number = failure_number([&] { open(path); }, &text);
+        EXPECT_EQ(number, *own == '\0' ? 0 : ERR_STORE) << own;
+        EXPECT_TRUE(*own == '\0' || text.find("autre chose") != std::string::npos) << own << text;
+    }
+}
+
+TEST(EmbeddedBase, links_laid_beforehand_are_neither_followed_nor_changed) {
+    const ScratchFolder folder;
+    const std::string victim = folder / "autre";
+    const std::string base = folder / "base";
+    const std::string second = folder / "second";
+    for (const char* beside :
+         {".creation", ".creation-verrou", ".creation-journal", "-verrous", "-wal", "-shm"})
+        for (const bool hard : {false, true})
+            for (const bool standing : {false, true}) {
+                put_bytes(victim, "not a base");
+                ::chmod(victim.c_str(), 0600);
+                if (standing) make_base(base);
+                ASSERT_EQ((hard ? ::link : ::symlink)(victim.c_str(), (base + beside).c_str()), 0);
+                static_cast<void>(failure_number([&] {
+                    fill_embedded_store(base, [](Store& store) {
+                        store.write(store.file("TEMPO"), "k", "v");
+                        static_cast<void>(store.lock("TEMPO", "k"));
+                    });
+                    static_cast<void>(open(base)->lock("TEMPO", "k"));
+                }));
+                struct stat facts {};
+                ASSERT_EQ(::stat(victim.c_str(), &facts), 0);
+                EXPECT_TRUE(bytes_of(victim) == "not a base") << beside << hard << standing;
+                EXPECT_EQ(facts.st_mode & 0777U, 0600U) << beside << hard << standing;
+                for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+                    std::filesystem::remove(entry);
+            }
+    // Each name of a base would have a log of its own.
+    make_base(base);
+    std::filesystem::create_hard_link(base, second);
+    for (const std::string& name : {base, second})
+        EXPECT_EQ(failure_number([&] { fill_embedded_store(name, [](Store&) {}); }), ERR_STORE);
+    // Those who may write the base may lock its records, whatever mask the first of them had.
+    std::filesystem::remove(second);
+    ::chmod(base.c_str(), 0660);
+    const mode_t mask = ::umask(0077);
+    EXPECT_TRUE(open(base)->lock("TEMPO", "k"));
+    ::umask(mask);
+    struct stat facts {};
+    EXPECT_EQ(::stat((base + "-verrous").c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 0777U, 0660U);
 }
 
 TEST(EmbeddedBase, makers_of_one_base_wait_for_each_other) {
@@ -118,10 +273,11 @@ TEST(EmbeddedBase, what_is_no_base_is_refused_by_name_and_left_alone) {
 }
 
 // Reads everything there is. Data that differ are a fault; a refusal with a clear line is right.
-bool right_or_refused(const std::string& path, const Records& expected) {
+bool right_or_refused(const std::string& path, const Records& expected, bool writing) {
     bool right = true;
     const int number = failure_number([&] {
         const auto store = open(path);
+        const auto change = writing ? std::make_unique<Transaction>(*store) : nullptr;
         for (const char* file : {"BALANCEGENE", "TEMPO"}) {
             right = right && records_of(*store, file) == expected;
             std::size_t keys = 0;
@@ -165,10 +321,31 @@ TEST(EmbeddedBase, a_damaged_file_gives_the_right_records_or_a_refusal) {
                 static_cast<char>(1 + random() % 255);
         }
         put_bytes(folder / "essai", damaged);
-        ASSERT_TRUE(right_or_refused(folder / "essai", expected)) << "round " << round;
+        ASSERT_TRUE(right_or_refused(folder / "essai", expected, round % 3 == 0)) << "round " << round;
     }
     put_bytes(folder / "essai", sound);
     EXPECT_EQ(failure_number([&] { records_of(*open(folder / "essai"), "TEMPO"); }), 0);
+}
+
+TEST(EmbeddedBase, a_change_may_take_again_what_it_gave_back) {
+    const ScratchFolder folder;
+    make_base(folder / "base");
+    for (const char* name : {"base", "neuve"}) { // more than the library keeps in memory
+        fill_embedded_store(folder / name, [](Store& store) {
+            Transaction whole(store);
+            const FileId file = store.file("NOUVEAU");
+            for (int round = 0; round < 3; ++round) {
+                store.clear(file);
+                for (int i = 0; i < 400; ++i)
+                    store.write(file, std::to_string(i), std::string(12'000, static_cast<char>('a' + round)));
+            }
+            whole.commit();
+        });
+        const Records left = records_of(*open(folder / name), "NOUVEAU");
+        ASSERT_EQ(left.size(), 400U);
+        for (const auto& [key, record] : left)
+            ASSERT_EQ(record, std::string(12'000, 'c')) << key;
+    }
 }
 
 TEST(EmbeddedBase, a_full_disk_fails_clearly_and_keeps_the_old_state) {
@@ -187,11 +364,19 @@ TEST(EmbeddedBase, a_full_disk_fails_clearly_and_keeps_the_old_state) {
                 store->write(store->file("NOUVEAU"), "k", std::string(200'000, 'n'));
                 whole.commit();
             } catch (const StepFailure& failure) {
-                return failure.number() == ERR_STORE ? 3 : 4;
+                if (failure.number() != ERR_STORE) return 4;
             }
-            return 5;
+            return failure_number([&] {
+                       fill_embedded_store(folder / "neuve", [](Store& store) {
+                           store.write(store.file("NOUVEAU"), "k", std::string(200'000, 'n'));
+                       });
+                   }) == ERR_STORE
+                       ? 3
+                       : 5;
         }));
         ASSERT_EQ(status, 3) << limit;
+        ASSERT_FALSE(std::filesystem::exists(folder / "neuve"));
+        ASSERT_FALSE(std::filesystem::exists(folder / "neuve.creation"));
         ASSERT_EQ(records_of(*open(folder / "base"), "TEMPO"), expected) << limit;
     }
 }
@@ -322,7 +507,7 @@ TEST(EmbeddedBase, two_processes_never_hold_one_lock_and_a_dead_one_holds_none) 
     EXPECT_TRUE(store->lock("TEMPO", "k"));
 }
 
-TEST(EmbeddedBase, a_new_base_takes_nothing_from_a_deleted_one) {
+TEST(EmbeddedBase, a_new_base_neither_takes_nor_loses_the_log_of_another) {
     const ScratchFolder folder;
     const pid_t killed = start_process([&] {
         const auto store = open(folder / "base", OpenMode::create);
@@ -331,29 +516,29 @@ TEST(EmbeddedBase, a_new_base_takes_nothing_from_a_deleted_one) {
     });
     ASSERT_EQ(end_of(killed), -SIGKILL);
     ASSERT_GT(std::filesystem::file_size(folder / "base-wal"), 0U);
-    std::filesystem::remove(folder / "base");
-    const auto store = open(folder / "base", OpenMode::create);
-    store->write(store->file("TEMPO"), "neuf", "2");
-    EXPECT_EQ(records_of(*open(folder / "base"), "TEMPO"), (Records{{"neuf", "2"}}));
+    // The base may have been moved away: what it wrote last is in the log alone.
+    std::filesystem::rename(folder / "base", folder / "ailleurs");
+    EXPECT_EQ(failure_number([&] { open(folder / "base", OpenMode::create); }), ERR_STORE);
+    std::filesystem::rename(folder / "ailleurs", folder / "base");
+    EXPECT_EQ(records_of(*open(folder / "base"), "TEMPO"), (Records{{"ancien", "1"}}));
 }
 
-TEST(EmbeddedBase, two_processes_that_make_one_base_share_it) {
+TEST(EmbeddedBase, processes_that_make_one_base_share_it) {
     const ScratchFolder folder;
-    for (int round = 0; round < 10; ++round) {
+    for (int round = 0; round < 5; ++round) {
         const std::string path = folder / ("base" + std::to_string(round));
-        const auto maker = [&](const char* key) {
-            return start_process([&path, key] {
-                const auto store = open_embedded_store(path, OpenMode::create);
-                store->write(store->file("TEMPO"), key, "1");
+        std::vector<pid_t> makers;
+        for (int i = 0; i < 8; ++i)
+            makers.push_back(start_process([&path, i] {
+                fill_embedded_store(path, [i](Store& store) {
+                    store.write(store.file("TEMPO"), std::to_string(i), std::string(30'000, 'r'));
+                });
                 return 0;
-            });
-        };
-        const pid_t first = maker("a");
-        const pid_t second = maker("b");
-        ASSERT_EQ(end_of(first), 0);
-        ASSERT_EQ(end_of(second), 0);
-        ASSERT_EQ(records_of(*open(path), "TEMPO"), (Records{{"a", "1"}, {"b", "1"}}));
-        ASSERT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), round + 1);
+            }));
+        for (const pid_t maker : makers)
+            ASSERT_EQ(end_of(maker), 0);
+        ASSERT_EQ(records_of(*open(path), "TEMPO").size(), makers.size());
+        ASSERT_EQ(files_in(folder), static_cast<std::size_t>(round) + 1);
     }
 }
 
