@@ -16,17 +16,21 @@ namespace corvalissement {
 
 namespace {
 
-// A text of the base or of a file may hold anything; a terminal gets UTF-8 without controls, and not more
-// than a person reads.
+// Whether a terminal would do something else with a character than show it.
+bool is_control(char32_t c) {
+    return c < 0x20 || (c >= 0x7F && c < 0xA0) || c == 0x61C || c == 0x200E || c == 0x200F ||
+           (c >= 0x2028 && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
+}
+
+// A text of an option, of the base or of a file may hold anything; a terminal gets UTF-8 without controls,
+// and not more than a person reads.
 std::string printable(const std::string& text) {
     constexpr std::size_t MOST_CHARS = 2'000;
     std::string shown;
     std::size_t count = 0;
     for (std::size_t at = 0; at < text.size() && count < MOST_CHARS; ++count) {
         const char32_t character = next_char(text, at);
-        const bool control =
-            (character < 0x20 && character != U'\n') || (character >= 0x7F && character < 0xA0);
-        append_char(shown, control ? U'\uFFFD' : character);
+        append_char(shown, is_control(character) ? U'\uFFFD' : character);
     }
     return count == MOST_CHARS ? shown + "…" : shown;
 }
@@ -75,9 +79,9 @@ void require_standard_output() {
     if (!std::cout) throw StepFailure(ERR_OUTPUT, "la sortie standard ne peut être écrite");
 }
 
-void complain(const std::string& text) {
-    std::fprintf(stderr, "corvalissement : %s\n", printable(text).c_str());
-}
+void tell(const std::string& text) { std::fprintf(stderr, "%s\n", printable(text).c_str()); }
+
+void complain(const std::string& text) { tell("corvalissement : " + text); }
 
 void tell_skipped(const Failures& failures) {
     std::set<std::string> outputs;

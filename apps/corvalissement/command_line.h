@@ -68,7 +68,11 @@ private:
 // Throws StepFailure (ERR_OUTPUT) when what was written to standard output did not go through.
 void require_standard_output();
 
-// One line on standard error: "corvalissement : TEXT".
+// A text for the person on standard error, as one line: what would move a terminal's cursor, turn its
+// writing or begin another line is shown as U+FFFD.
+void tell(const std::string& text);
+
+// The same behind "corvalissement : ".
 void complain(const std::string& text);
 
 // Each skipped failure on standard error, with its record; an output that cannot be written, which many

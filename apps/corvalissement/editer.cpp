@@ -106,18 +106,18 @@ bool known_ending(const std::string& path) {
 // Puts the printer of this edition first in the host's list.
 void choose_output(const EditerOptions& options, Store& store, HostSettings& settings) {
     if (!options.output.empty()) {
-        settings.printers.push_back({"Sortie", options.output, options.output});
+        settings.printers.push_back({"Sortie", options.output, options.output, ""});
         return;
     }
     if (options.printer.empty()) return;
-    const auto list =
-        options.printer_list.empty() ? printers_of_base(store) : printers_of_file(options.printer_list);
+    const auto list = options.printer_list.empty() ? printers_of_base(store, options.base)
+                                                   : printers_of_file(options.printer_list);
     const auto found = std::find_if(list.begin(), list.end(),
                                     [&](const PrinterEntry& entry) { return entry.name == options.printer; });
     if (found != list.end()) {
         settings.printers.push_back(*found);
     } else if (options.printer.starts_with("cups:")) {
-        settings.printers.push_back({options.printer.substr(5), options.printer, options.printer});
+        settings.printers.push_back({options.printer.substr(5), options.printer, options.printer, ""});
     } else {
         throw StepFailure(ERR_PROPERTY, "L'imprimante « " + options.printer +
                                             " » n'est pas dans la liste des imprimantes.");
@@ -127,11 +127,17 @@ void choose_output(const EditerOptions& options, Store& store, HostSettings& set
 
 // What the host's outcome is for a script.
 int status_of(const EditionHost& host, EditionEnd end, bool graphic) {
-    std::set<std::string> told;
-    for (const std::string& text : host.messages())
-        if (told.insert(text).second) std::fprintf(stderr, "%s\n", text.c_str());
+    std::set<std::string> told{""};
+    std::vector<std::string> messages = host.messages();
+    messages.push_back(host.notice());
+    for (const std::string& text : messages)
+        if (told.insert(text).second) tell(text);
     const auto& failures = host.failures();
     tell_skipped(failures);
+    if (host.withheld()) {
+        complain("l'édition serait incomplète : elle n'est pas remise");
+        return INPUT_OUTPUT;
+    }
     if (has_number(failures, ERR_OUTPUT)) return INPUT_OUTPUT;
     const bool nothing = graphic ? host.file_made().empty() : !host.printer_asked();
     if (end == EditionEnd::refused || nothing) {
@@ -139,6 +145,8 @@ int status_of(const EditionHost& host, EditionEnd end, bool graphic) {
         if (host.messages().empty()) complain("rien à éditer pour cette sélection");
         return REFUSED;
     }
+    // A command of the server that failed has made nothing; nor has a printer that could not be opened.
+    if (has_number(failures, ERR_COMMAND) || !host.handed_out()) return INPUT_OUTPUT;
     if (graphic) {
         std::cout << host.file_made() << std::endl;
         require_standard_output();
@@ -187,7 +195,7 @@ int run_piloter(const PiloterOptions& options) {
     settings.level = options.level;
     settings.output_folder = options.folder;
     if (options.printers.empty()) {
-        settings.printers = printers_of_base(*store);
+        settings.printers = printers_of_base(*store, options.base);
         settings.output_folder = base_folder(options.base);
     } else {
         settings.printers = printers_of_file(options.printers);
@@ -201,7 +209,10 @@ int run_piloter(const PiloterOptions& options) {
     if (failed) complain(failed->text());
     if (failed && failed->number() == ERR_STORE) return INPUT_OUTPUT;
     if (has_number(failures, ERR_OUTPUT)) return INPUT_OUTPUT;
-    return host.pages_printed() > 0 && !failures.empty() ? SKIPPED : DONE;
+    if (host.pages_printed() > 0) return failures.empty() ? DONE : SKIPPED;
+    const bool lost = std::any_of(failures.begin(), failures.end(),
+                                  [](const auto& told) { return spoils_edition(told.first, told.second); });
+    return lost ? INPUT_OUTPUT : DONE;
 }
 
 } // namespace

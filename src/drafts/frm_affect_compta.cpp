@@ -148,10 +148,7 @@ void Frm_AffectCompta::Remplir_Liste_Pos() {
                                                  head(brouillard::TOTAL_CREDIT)));
         });
     }
-    if (locked)
-        message(host(),
-                "Certaines séquences de saisie sont en cours de traitement par d'autres utilisateurs.",
-                KIND_INFORMATION);
+    if (locked) message(host(), SEQUENCES_HELD, KIND_INFORMATION);
 }
 
 // Behind the rows of its own journal, before those of the journals that follow.
@@ -199,7 +196,7 @@ void Frm_AffectCompta::Cmd_Tous_Click() {
 void Frm_AffectCompta::PickExe() {
     SkippedFailures& place = host().skipped_failures();
     const auto execute = [&](const std::string& request) {
-        skip(place, "PickExe", [&] {
+        skip(place, ASSIGNMENT_ROUTINE, [&] {
             std::string work;
             Variable::TheDatabase->DBExecute(request, "", work);
         });

@@ -20,6 +20,13 @@
 
 namespace corvalissement {
 
+// The routine under which a failed step of the assignment is reported: the edition that follows lacks drafts.
+inline constexpr std::string_view ASSIGNMENT_ROUTINE = "Frm_AffectCompta.PickExe";
+
+// What the user is told when Form_Load has left sequences out.
+inline constexpr std::string_view SEQUENCES_HELD =
+    "Certaines séquences de saisie sont en cours de traitement par d'autres utilisateurs.";
+
 class Frm_AffectCompta final : public View {
 public:
     explicit Frm_AffectCompta(HostServices& host);

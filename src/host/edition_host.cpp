@@ -30,11 +30,19 @@ EditionHost::EditionHost(HostSettings settings, EditionOptions options)
 int EditionHost::message_box(std::string_view text, int kind, std::string_view) {
     if (text.starts_with(FILE_MADE_BEGIN) && text.ends_with(FILE_MADE_END)) {
         const std::string_view rest = text.substr(FILE_MADE_BEGIN.size());
-        file_made_ = std::string(rest.substr(0, rest.size() - FILE_MADE_END.size()));
+        if (!withheld_) file_made_ = std::string(rest.substr(0, rest.size() - FILE_MADE_END.size()));
+        handed_out_ = !file_made_.empty();
+    } else if (text == SEQUENCES_HELD) {
+        notice_ = text;
     } else {
         messages_.emplace_back(text);
     }
     return kind == KIND_QUESTION ? ANSWER_NO : 1;
+}
+
+void EditionHost::skipped(std::string_view routine, const StepFailure& failure) {
+    HeadlessHost::skipped(routine, failure);
+    spoilt_ = spoilt_ || spoils_edition(routine, failure);
 }
 
 bool EditionHost::refuse(std::string text) {
@@ -127,6 +135,8 @@ bool EditionHost::set_options() {
 
 bool EditionHost::assign_drafts(View& dialog) {
     auto& upper = dialog.field<ListField>("Lst_SequencePos");
+    // All of them cannot be had while another user holds one.
+    if (options_.all_drafts && !notice_.empty()) return refuse(notice_);
     if (options_.all_drafts) {
         gestures::click(dialog.field<Field>("Cmd_Tous"));
         return true;
@@ -135,6 +145,7 @@ bool EditionHost::assign_drafts(View& dialog) {
         const auto row = std::find_if(upper.rows().begin(), upper.rows().end(), [&](const std::string& text) {
             return sequence_key(options_.entity, text) == as_shown(key);
         });
+        if (row == upper.rows().end() && !notice_.empty()) refuse(notice_);
         if (row == upper.rows().end())
             return refuse("La séquence « " + key + " » n'est pas parmi les séquences de saisie soldées.");
         gestures::select_rows(upper, {static_cast<int>(row - upper.rows().begin())});
@@ -152,18 +163,29 @@ void EditionHost::show_modal(View& dialog) {
     control()->set_covered(false);
 }
 
+// The click that prints. A step that fails behind the edition leaves it complete and handed out.
+bool EditionHost::print() {
+    try {
+        return gestures::click(field<Field>("Cmd_Imprimer")) == Reached::yes;
+    } catch (const StepFailure& failure) {
+        if (!handed_out_) throw;
+        skipped("Cmd_Imprimer_Click", failure);
+        return true;
+    }
+}
+
 EditionEnd EditionHost::run(std::shared_ptr<TarvexSession> session) {
-    start(std::move(session));
+    start(withhold_commands(std::move(session), [this] { return withholds(); }));
     if (!choose_entity() || !choose_year() || !enter_dates()) return EditionEnd::refused;
     options_.entity = field<TextField>("Txt_Entite").text();
     for (const auto& [from, to] : options_.ranges)
         if (!enter_range(from, to)) return EditionEnd::refused;
     if (!set_options()) return EditionEnd::refused;
-    if (gestures::click(field<Field>("Cmd_Imprimer")) == Reached::no) {
+    if (!print()) {
         refuse("Cet utilisateur ne peut pas lancer l'édition.");
         return EditionEnd::refused;
     }
-    return unloaded() && messages_.empty() ? EditionEnd::done : EditionEnd::refused;
+    return (unloaded() || handed_out_) && messages_.empty() ? EditionEnd::done : EditionEnd::refused;
 }
 
 } // namespace corvalissement

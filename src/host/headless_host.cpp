@@ -61,14 +61,19 @@ bool HeadlessHost::unload_dialog(View& dialog) {
 std::shared_ptr<PrintSurface> HeadlessHost::printer(int index) {
     if (index < 0 || static_cast<std::size_t>(index) >= settings_.printers.size()) return nullptr;
     auto surface = open_printer(settings_.printers[static_cast<std::size_t>(index)], settings_.output_folder);
-    return report_end(std::move(surface), [this](const PrintSurface& ended) { document_ended(ended); });
+    return delivered(std::move(surface));
+}
+
+std::shared_ptr<PrintSurface> HeadlessHost::delivered(std::unique_ptr<PrintSurface> surface) {
+    return deliver(
+        std::move(surface), [this] { return withholds(); },
+        [this](const PrintSurface& ended) { document_ended(ended); });
 }
 
 // The printer in force is the first of the list.
 std::shared_ptr<PrintSurface> HeadlessHost::default_printer() {
     if (!settings_.printers.empty()) return printer(0);
-    return report_end(make_text_surface("/dev/null", "(aucune)"),
-                      [this](const PrintSurface& ended) { document_ended(ended); });
+    return delivered(make_text_surface("/dev/null", "(aucune)"));
 }
 
 void HeadlessHost::document_ended(const PrintSurface& surface) { pages_printed_ += surface.page_count(); }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "control/ctr_corvalissement.h"
+#include "host/delivery.h"
 #include "host/printers.h"
 
 #include <memory>
@@ -60,12 +61,17 @@ public:
     void skipped(std::string_view routine, const StepFailure& failure) override;
 
 protected:
+    // Whether a document that ends now is withheld. A host that shows what the control does hands all out.
+    [[nodiscard]] virtual bool withholds() { return false; }
+
     // A document has ended on a printer of the list.
     virtual void document_ended(const PrintSurface& surface);
     [[nodiscard]] const HostSettings& settings() const noexcept { return settings_; }
     bool dialog_open_ = false;
 
 private:
+    [[nodiscard]] std::shared_ptr<PrintSurface> delivered(std::unique_ptr<PrintSurface> surface);
+
     HostSettings settings_;
     std::unique_ptr<Ctr_Corvalissement> control_;
     bool unloaded_ = false;

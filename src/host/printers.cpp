@@ -2,18 +2,16 @@
 
 #include "data/dyn_array.h"
 #include "data/keys.h"
+#include "launch/routing.h"
 #include "output/forwarding_surface.h"
-#include "output/output_file.h"
 #include "output/print_queue.h"
 #include "output/surfaces.h"
 #include "platform/failures.h"
+#include "server/command_printer.h"
 
 #include <nlohmann/json.hpp>
 
-#include <cerrno>
 #include <istream>
-
-#include <unistd.h>
 
 namespace corvalissement {
 
@@ -33,35 +31,19 @@ PrinterEntry parse_entry(const std::string& line) {
     const auto object = nlohmann::json::parse(line, nullptr, false);
     if (!object.is_object()) throw StepFailure(ERR_PROPERTY, "la ligne n'est pas un objet JSON");
     PrinterEntry entry{member(object, "nom", true), member(object, "port", false),
-                       member(object, "sortie", false)};
+                       member(object, "sortie", false), ""};
     if (entry.name.empty()) throw StepFailure(ERR_PROPERTY, "« nom » est vide");
     if (entry.output.find('\0') != std::string::npos)
         throw StepFailure(ERR_PROPERTY, "« sortie » contient un caractère NUL");
     return entry;
 }
 
-class ReportingSurface final : public ForwardingSurface {
-public:
-    ReportingSurface(std::unique_ptr<PrintSurface> inner, std::function<void(const PrintSurface&)> ended)
-        : ForwardingSurface(std::move(inner)), ended_(std::move(ended)) {}
-    void EndDoc() override {
-        ForwardingSurface::EndDoc();
-        ended_(*this);
-    }
-
-private:
-    std::function<void(const PrintSurface&)> ended_;
-};
-
-// Prints into a temporary PDF, which goes to the queue when the document ends.
+// Prints a PDF that goes to the queue when the document ends.
 class QueueSurface final : public ForwardingSurface {
 public:
-    QueueSurface(std::string queue, std::string file, const PrinterEntry& printer)
-        : ForwardingSurface(make_pdf_surface(file, printer.name, printer.port)), queue_(std::move(queue)),
-          file_(std::move(file)), unfinished_(file_) {}
-    ~QueueSurface() override { remove_file(); }
-    QueueSurface(const QueueSurface&) = delete;
-    QueueSurface& operator=(const QueueSurface&) = delete;
+    QueueSurface(std::string queue, std::unique_ptr<QueuedFile> file, const PrinterEntry& printer)
+        : ForwardingSurface(make_pdf_surface(file->path(), printer.name, printer.port)),
+          queue_(std::move(queue)), file_(std::move(file)) {}
     void set_Copies(int copies) override { copies_ = copies; }
     void describe(std::string_view title, std::string_view author) override {
         title_ = title;
@@ -70,24 +52,19 @@ public:
     void EndDoc() override {
         ForwardingSurface::EndDoc();
         if (page_count() == 0 || sent_) return;
-        print_on_queue(queue_, file_, title_, copies_);
+        file_->send(queue_, title_, copies_);
         sent_ = true;
     }
 
 private:
-    void remove_file() const noexcept {
-        std::error_code ignored;
-        std::filesystem::remove(file_, ignored);
-    }
     std::string queue_;
-    std::string file_;
-    UnfinishedFile unfinished_;
+    std::unique_ptr<QueuedFile> file_;
     std::string title_ = "Grand livre général";
     int copies_ = 1;
     bool sent_ = false;
 };
 
-// A printer without an output of its own: the server serves it, and the control only ends its document.
+// A printer that the server serves: the control only ends its document, and prints nothing on it.
 std::string nowhere() { return "/dev/null"; }
 
 } // namespace
@@ -107,35 +84,26 @@ std::vector<PrinterEntry> read_printers(std::istream& input, const std::string& 
     return printers;
 }
 
-std::vector<PrinterEntry> printers_of_base(Store& store) {
+std::vector<PrinterEntry> printers_of_base(Store& store, const std::string& base_path) {
     std::vector<PrinterEntry> printers;
     store.scan(store.file(files::IMPRIMANTES), "", [&](std::string_view key, std::string_view record) {
         const DynArray attributes{std::string(record)};
-        printers.push_back({std::string(key), std::string(key), std::string(attributes(1))});
+        printers.push_back({std::string(key), std::string(key), std::string(attributes(1)), base_path});
         return true;
     });
     return printers;
 }
 
 std::unique_ptr<PrintSurface> open_printer(const PrinterEntry& printer, const std::filesystem::path& folder) {
-    if (printer.output.empty()) return make_text_surface(nowhere(), printer.name, printer.port);
-    if (printer.output.starts_with(QUEUE_PREFIX)) {
-        std::error_code failed;
-        std::string file = (std::filesystem::temp_directory_path(failed) / "corvalissement-XXXXXX").string();
-        const int descriptor = failed ? -1 : ::mkstemp(file.data());
-        if (descriptor < 0)
-            throw StepFailure(
-                ERR_OUTPUT,
-                "dossier des fichiers temporaires : " + system_reason(failed ? failed.value() : errno), file);
-        ::close(descriptor);
-        return std::make_unique<QueueSurface>(printer.output.substr(QUEUE_PREFIX.size()), file, printer);
-    }
+    if (printer.output.empty() || is_matrix_name(printer.name))
+        return make_text_surface(nowhere(), printer.name, printer.port);
+    if (printer.output.starts_with(QUEUE_PREFIX))
+        return std::make_unique<QueueSurface>(printer.output.substr(QUEUE_PREFIX.size()),
+                                              std::make_unique<QueuedFile>(), printer);
+    if (!printer.base_path.empty())
+        return make_surface(file_beside_base(printer.name, printer.output, printer.base_path), printer.name,
+                            printer.port);
     return make_surface((folder / printer.output).string(), printer.name, printer.port);
-}
-
-std::unique_ptr<PrintSurface> report_end(std::unique_ptr<PrintSurface> surface,
-                                         std::function<void(const PrintSurface&)> ended) {
-    return std::make_unique<ReportingSurface>(std::move(surface), std::move(ended));
 }
 
 } // namespace corvalissement

@@ -89,8 +89,8 @@ public:
     }
 
     void begin_reading() override {
-        ++told_->silent;
         inner_->begin_reading();
+        ++told_->silent;
     }
 
     void end_reading() override {

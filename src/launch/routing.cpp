@@ -6,6 +6,8 @@
 #include "ledger/page_frame.h"
 #include "platform/text.h"
 
+#include <optional>
+
 namespace corvalissement {
 
 namespace {
@@ -51,15 +53,15 @@ private:
         skip(host_.skipped_failures(), ROUTINE, std::forward<Step>(action));
     }
 
-    // An index beyond the list leaves the printer in force.
+    // An index beyond the list leaves the printer in force. A printer that is there and cannot be opened has
+    // no stand-in: nobody looks for a ledger on a printer that he did not choose.
     void choose_surface(std::int64_t index) {
-        step([&] {
-            auto chosen = host_.printer(static_cast<int>(index));
-            if (!chosen)
-                throw StepFailure(ERR_PROPERTY, "aucune imprimante n'a ce rang", std::to_string(index));
-            surface_ = std::move(chosen);
-        });
-        if (!surface_) step([&] { surface_ = host_.default_printer(); });
+        const int error = skip(host_.skipped_failures(), ROUTINE,
+                               [&] { surface_ = host_.printer(static_cast<int>(index)); });
+        if (error != 0 || surface_) return;
+        host_.skipped_failures().skipped(
+            ROUTINE, StepFailure(ERR_PROPERTY, "aucune imprimante n'a ce rang", std::to_string(index)));
+        step([&] { surface_ = host_.default_printer(); });
     }
 
     void prepare_printer() {
@@ -74,7 +76,10 @@ private:
     }
 
     void print() {
-        const ReadingScope reading(run_.session);
+        // A state of the base that cannot be kept is told as any failing step: the pages still end as they
+        // must.
+        std::optional<ReadingScope> reading;
+        step([&] { reading.emplace(run_.session); });
         Edition edition{
             run_.selection, run_.W_ListeBalance, run_.W_ListeBalanceTempo, run_.files,   run_.state,
             *surface_,      run_.progress,       host_.skipped_failures(), host_.today()};
@@ -100,9 +105,11 @@ private:
 
 } // namespace
 
-bool is_matrix_printer(const PrintSurface& printer) {
-    return capitals(printer.DeviceName()).find("MATRIC") != std::string::npos;
+bool is_matrix_name(std::string_view device_name) {
+    return capitals(device_name).find("MATRIC") != std::string::npos;
 }
+
+bool is_matrix_printer(const PrintSurface& printer) { return is_matrix_name(printer.DeviceName()); }
 
 void Imprime(PrintRun& run) { Routing(run).Imprime(); }
 

@@ -7,6 +7,7 @@
 #include "platform/view.h"
 
 #include <string>
+#include <string_view>
 
 namespace corvalissement {
 
@@ -30,5 +31,6 @@ void Imprime(PrintRun& run);
 
 // True for a printer that gets its editions from the server: its name holds "MATRIC" in any case.
 [[nodiscard]] bool is_matrix_printer(const PrintSurface& printer);
+[[nodiscard]] bool is_matrix_name(std::string_view device_name);
 
 } // namespace corvalissement

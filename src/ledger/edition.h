@@ -60,6 +60,13 @@ private:
     std::string_view routine_;
 };
 
+// Whether a ledger printed in spite of this failure is wrong: the base could not be read or written, or
+// something failed that no routine expects (no memory). A record that is merely missing leaves a ledger that
+// is right but for that record. Asked by whoever hands an edition out.
+[[nodiscard]] inline bool spoils_edition(const StepFailure& failure) {
+    return failure.number() == ERR_STORE || failure.number() == ERR_OTHER;
+}
+
 // The list's number of keys: 0 when its whole text is empty.
 [[nodiscard]] inline std::size_t key_count(const DynArray& list) {
     return list.text().empty() ? 0 : list.DCount();

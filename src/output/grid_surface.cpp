@@ -3,7 +3,9 @@
 #include "platform/failures.h"
 #include "platform/text.h"
 
+#include <cerrno>
 #include <cmath>
+#include <new>
 #include <sstream>
 #include <utility>
 
@@ -76,15 +78,30 @@ void GridSurface::set_CurrentY(double y) {
 bool GridSurface::enter_page() {
     if (ended_) throw StepFailure(ERR_OUTPUT, path_ + " : le document est déjà terminé", path_);
     if (pages_ == 0) {
+        // Counted at once: should the file not come about for want of memory, the document is lost and never
+        // begun anew behind what is missing.
         pages_ = 1;
         file_ = std::make_unique<OutputFile>(path_);
         if (!file_->failed()) begin_document();
     }
+    if (file_ == nullptr) throw StepFailure(ERR_OUTPUT, path_ + " : mémoire insuffisante", path_);
     return !file_->failed();
 }
 
+// Puts something on the page. What the page could not take for want of memory fails the output as a whole: a
+// document that lacks a line is none.
+template <class Draw>
+void GridSurface::draw(Draw&& action) {
+    if (!enter_page()) return;
+    try {
+        std::forward<Draw>(action)();
+    } catch (const std::bad_alloc&) {
+        file_->fail_with_errno(ENOMEM);
+    }
+}
+
 void GridSurface::Print(std::string_view text, LineEnd line_end) {
-    if (!text.empty() && enter_page()) draw_text(text);
+    if (!text.empty()) draw([&] { draw_text(text); });
     if (line_end == LineEnd::keep) {
         x_ += static_cast<double>(char_count(text)) * CHAR_UNITS_PER_POINT * type_.points;
     } else {
@@ -96,13 +113,13 @@ void GridSurface::Print(std::string_view text, LineEnd line_end) {
 void GridSurface::Line(double x1, double y1, double x2, double y2) {
     for (const double position : {x1, y1, x2, y2})
         require_place(position, device_name_);
-    if (enter_page()) draw_line(x1, y1, x2, y2);
+    draw([&] { draw_line(x1, y1, x2, y2); });
     x_ = x2;
     y_ = y2;
 }
 
 void GridSurface::NewPage() {
-    if (enter_page()) end_page();
+    draw([this] { end_page(); });
     ++pages_;
     x_ = 0.0;
     y_ = 0.0;
@@ -120,8 +137,13 @@ void GridSurface::EndDoc() {
         std::unique_ptr<OutputFile>& file;
         ~LetGo() { file.reset(); }
     } const let_go{file_};
-    if (!file_->failed()) end_page();
-    if (!file_->failed()) end_document();
+    if (file_ == nullptr) throw StepFailure(ERR_OUTPUT, path_ + " : mémoire insuffisante", path_);
+    try {
+        if (!file_->failed()) end_page();
+        if (!file_->failed()) end_document();
+    } catch (const std::bad_alloc&) {
+        file_->fail_with_errno(ENOMEM);
+    }
     file_->commit();
 }
 

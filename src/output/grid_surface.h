@@ -75,6 +75,8 @@ protected:
 
 private:
     [[nodiscard]] bool enter_page();
+    template <class Draw>
+    void draw(Draw&& action);
 
     std::string path_;
     std::string device_name_;

@@ -4,16 +4,12 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
-#include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <map>
-#include <set>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -26,7 +22,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t BUFFER_BYTES = 65536;
-constexpr mode_t NEW_FILE_MODE = 0666; // less the user's mask
+constexpr std::size_t REASON_BYTES = 128; // more than any reason of the system takes
+constexpr mode_t NEW_FILE_MODE = 0666;    // less the user's mask
 constexpr mode_t PERMISSION_BITS = 0777;
 
 struct Reason {
@@ -48,11 +45,20 @@ constexpr std::array REASONS{
     Reason{ENAMETOOLONG, "le nom est trop long"},
     Reason{ELOOP, "les liens symboliques tournent en rond"},
     Reason{EIO, "erreur de lecture ou d'écriture du disque"},
+    Reason{ENOMEM, "la mémoire manque"},
+    Reason{EAGAIN, "le système n'a plus de quoi lancer un travail"},
     Reason{EPIPE, "le programme qui lisait s'est arrêté"},
     Reason{ENXIO, "le périphérique n'est pas là"},
     Reason{EMFILE, "trop de fichiers sont ouverts"},
     Reason{ENFILE, "trop de fichiers sont ouverts"},
 };
+
+// "" for a number that has no words of ours.
+std::string_view known_reason(int error_number) noexcept {
+    for (const Reason& reason : REASONS)
+        if (reason.number == error_number) return reason.text;
+    return {};
+}
 
 // Names of a descriptor that the process was started with. What lies behind may well be a regular file,
 // but the one who redirected it holds it open: a file renamed over it would never reach him.
@@ -80,13 +86,6 @@ std::string folder_for_temporaries() {
     return folder.empty() ? "." : folder.string();
 }
 
-// A name that no other output of this machine uses: the process and a count within it. The rest of the
-// name is fixed, so that it never outgrows what the file system allows.
-std::string temporary_name(const std::string& folder) {
-    static std::atomic<unsigned> count{0};
-    return folder + "/.corvalissement-" + std::to_string(::getpid()) + "-" + std::to_string(++count) + ".tmp";
-}
-
 // The files that no output may replace, as the system tells them apart. A base that is made comes to stand
 // under its path later, so the path is looked at anew each time.
 std::map<const GuardedFile*, std::string>& guarded_paths() {
@@ -102,40 +101,11 @@ bool is_guarded(const struct stat& status) {
     });
 }
 
-// Whether a name is one that `temporary_name` gives.
-bool is_temporary(const std::string& name) {
-    constexpr std::string_view BEGIN = ".corvalissement-";
-    constexpr std::string_view END = ".tmp";
-    return name.starts_with(BEGIN) && name.ends_with(END) && name.size() > BEGIN.size() + END.size();
-}
-
-// A temporary file is locked by the process that writes it. One that is not, and has not just been made, is
-// of a process that was killed.
-void remove_if_abandoned(const std::string& path) {
-    constexpr std::time_t JUST_NOW = 60;
-    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-    if (descriptor < 0) return;
-    struct stat status {};
-    const bool old = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
-                     status.st_mtime + JUST_NOW < std::time(nullptr);
-    if (old && ::flock(descriptor, LOCK_EX | LOCK_NB) == 0) static_cast<void>(::unlink(path.c_str()));
-    static_cast<void>(::close(descriptor));
-}
-
-// Once a folder and process: reading a large folder takes its time.
-void clear_abandoned(const std::string& folder) {
-    static std::set<std::string> cleared;
-    if (!cleared.insert(folder).second) return;
-    std::error_code failed;
-    for (fs::directory_iterator entry(folder, failed), end; !failed && entry != end; entry.increment(failed))
-        if (is_temporary(entry->path().filename().string())) remove_if_abandoned(entry->path().string());
-}
-
 } // namespace
 
 std::string system_reason(int error_number) {
-    for (const Reason& reason : REASONS)
-        if (reason.number == error_number) return std::string(reason.text);
+    const std::string_view known = known_reason(error_number);
+    if (!known.empty()) return std::string(known);
     return "erreur " + std::to_string(error_number) + " du système";
 }
 
@@ -144,11 +114,11 @@ GuardedFile::~GuardedFile() { guarded_paths().erase(this); }
 
 OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
     buffer_.reserve(BUFFER_BYTES);
-    reason_.reserve(128);
+    reason_.reserve(REASON_BYTES);
     open();
 }
 
-OutputFile::~OutputFile() { discard(); }
+OutputFile::~OutputFile() { close_descriptor(); }
 
 void OutputFile::open() {
     if (path_.empty()) return fail("aucun nom de fichier n'est donné");
@@ -163,7 +133,7 @@ void OutputFile::open() {
     target_ = there ? fs::canonical(path_, failed).string() : behind_link(path_);
     if (failed) return fail_with_errno(failed.value());
     folder_ = folder_of(target_);
-    open_temporary(there ? static_cast<int>(status.st_mode & PERMISSION_BITS) : -1);
+    open_unnamed(there ? static_cast<int>(status.st_mode & PERMISSION_BITS) : -1);
 }
 
 void OutputFile::open_straight(const std::string& target) {
@@ -173,21 +143,11 @@ void OutputFile::open_straight(const std::string& target) {
 }
 
 // `mode` is that of the file to be replaced, -1 for a new one.
-void OutputFile::open_temporary(int mode) {
-    clear_abandoned(folder_);
-    do {
-        temporary_ = temporary_name(folder_);
-        descriptor_ = ::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, NEW_FILE_MODE);
-    } while (descriptor_ < 0 && errno == EEXIST);
-    if (descriptor_ < 0) {
-        temporary_.clear();
-        return fail_with_errno(errno);
-    }
-    unfinished_ = UnfinishedFile(temporary_);
-    static_cast<void>(::flock(descriptor_, LOCK_EX | LOCK_NB));
-    if (mode >= 0 && ::fchmod(descriptor_, static_cast<mode_t>(mode)) != 0) {
-        fail_with_errno(errno);
-    }
+void OutputFile::open_unnamed(int mode) {
+    unnamed_ = std::make_unique<UnnamedFile>(folder_, NEW_FILE_MODE);
+    if (unnamed_->error() != 0) return fail_with_errno(unnamed_->error());
+    descriptor_ = unnamed_->descriptor();
+    if (mode >= 0 && ::fchmod(descriptor_, static_cast<mode_t>(mode)) != 0) fail_with_errno(errno);
 }
 
 void OutputFile::write(std::string_view bytes) noexcept {
@@ -204,7 +164,9 @@ void OutputFile::fail(std::string reason) {
 }
 
 void OutputFile::fail_with_errno(int error_number) noexcept {
-    if (!failed()) reason_ = system_reason(error_number);
+    if (failed()) return;
+    const std::string_view known = known_reason(error_number);
+    reason_.assign(known.empty() ? std::string_view("erreur du système") : known);
 }
 
 void OutputFile::write_out(std::string_view bytes) noexcept {
@@ -222,10 +184,11 @@ void OutputFile::flush() noexcept {
     buffer_.clear();
 }
 
-// The disk may tell only here that there was no room for what it had accepted.
+// A pipe or a device may tell only here that it did not take what it had accepted.
 void OutputFile::close_descriptor() noexcept {
     if (descriptor_ < 0) return;
-    const int closed = ::close(descriptor_);
+    const int closed = unnamed_ != nullptr ? 0 : ::close(descriptor_);
+    unnamed_.reset();
     descriptor_ = -1;
     if (closed != 0 && errno != EINTR) fail_with_errno(errno);
 }
@@ -233,33 +196,11 @@ void OutputFile::close_descriptor() noexcept {
 void OutputFile::commit() {
     if (committed_) return;
     if (!failed()) flush();
-    if (!failed() && !target_.empty() && ::fsync(descriptor_) != 0) fail_with_errno(errno);
+    if (!failed() && unnamed_ != nullptr)
+        if (const int error = unnamed_->replace(target_); error != 0) fail_with_errno(error);
     close_descriptor();
-    if (!failed() && !target_.empty()) put_in_place();
-    if (failed()) {
-        discard();
-        throw StepFailure(ERR_OUTPUT, path_ + " : " + reason_, path_);
-    }
+    if (failed()) throw StepFailure(ERR_OUTPUT, path_ + " : " + reason_, path_);
     committed_ = true;
-}
-
-void OutputFile::put_in_place() {
-    if (::rename(temporary_.c_str(), target_.c_str()) != 0) return fail_with_errno(errno);
-    temporary_.clear();
-    unfinished_ = UnfinishedFile();
-    // The file is complete whatever comes of this: bringing the name to the disk only shortens the moment
-    // in which a power cut would show the earlier file.
-    const int folder = ::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder < 0) return;
-    static_cast<void>(::fsync(folder));
-    static_cast<void>(::close(folder));
-}
-
-void OutputFile::discard() noexcept {
-    close_descriptor();
-    if (!temporary_.empty()) static_cast<void>(::unlink(temporary_.c_str()));
-    temporary_.clear();
-    unfinished_ = UnfinishedFile();
 }
 
 } // namespace corvalissement

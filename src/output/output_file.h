@@ -1,8 +1,7 @@
-// A file that appears under its name only when it is complete. What is written goes to a file of another
-// name in the same folder; `commit` brings it to the disk and renames it. Whatever ends earlier (a failure,
-// an exception, the destruction of the object) removes that file and leaves what stood under the name.
-//
-// What a run that was killed has left of its own in that folder is cleared away by the next output there.
+// A file that appears under its name only when it is complete. What is written goes to a file without a
+// name in the same folder (unnamed_file.h); `commit` brings it to the disk and names it. Whatever ends
+// earlier (a failure, an exception, the end of the process) lets that file go and leaves what stood under the
+// name.
 //
 // A name that stands for something other than a regular file (a terminal, a pipe, /dev/stdout) is written
 // to directly, since there is nothing to rename. A symbolic link is followed: what it points to is replaced.
@@ -12,8 +11,9 @@
 // Not thread-safe.
 #pragma once
 
-#include "output/unfinished_files.h"
+#include "output/unnamed_file.h"
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -46,6 +46,9 @@ public:
     // Makes the output fail for a reason found elsewhere; the first reason stands.
     void fail(std::string reason);
 
+    // The same for a number of the system (errno). Needs no memory: ENOMEM may be the reason.
+    void fail_with_errno(int error_number) noexcept;
+
     [[nodiscard]] bool failed() const noexcept { return !reason_.empty(); }
     [[nodiscard]] const std::string& reason() const noexcept { return reason_; } // "" when nothing failed
     [[nodiscard]] const std::string& path() const noexcept { return path_; }
@@ -61,21 +64,17 @@ public:
 private:
     void open();
     void open_straight(const std::string& target);
-    void open_temporary(int mode);
+    void open_unnamed(int mode);
     void write_out(std::string_view bytes) noexcept;
     void flush() noexcept;
     void close_descriptor() noexcept;
-    void put_in_place();
-    void discard() noexcept;
-    void fail_with_errno(int error_number) noexcept;
 
     std::string path_;
     std::string folder_;
-    std::string target_;    // what takes the complete file; "" when written to directly
-    std::string temporary_; // "" when there is none on the disk
-    UnfinishedFile unfinished_;
+    std::string target_;                   // what takes the complete file; "" when written to directly
+    std::unique_ptr<UnnamedFile> unnamed_; // none when written to directly
     std::string buffer_; // never grows past its first capacity, so that `write` allocates nothing
-    std::string reason_; // the first failure, "" when there is none
+    std::string reason_; // the first failure, "" when there is none; has room from the start
     int descriptor_ = -1;
     bool committed_ = false;
 };

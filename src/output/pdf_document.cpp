@@ -7,8 +7,10 @@
 #include "platform/text.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <exception>
 #include <memory>
+#include <new>
 #include <qpdf/Pipeline.hh>
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFObjGen.hh>
@@ -272,6 +274,8 @@ void run_writer(QPDF& pdf, OutputFile& file) {
 } // namespace
 
 void write_pdf(const PdfDocument& document, PageSpool& pages, OutputFile& file) {
+    // The outline and the tree count on every page being there.
+    if (const std::string reason = pages.failure(); !reason.empty()) return file.fail(reason);
     try {
         QPDF pdf;
         pdf.emptyPDF();
@@ -280,6 +284,8 @@ void write_pdf(const PdfDocument& document, PageSpool& pages, OutputFile& file) 
         run_writer(pdf, file);
     } catch (const StepFailure&) {
         throw;
+    } catch (const std::bad_alloc&) {
+        file.fail_with_errno(ENOMEM);
     } catch (const std::exception& failure) {
         file.fail(std::string("document PDF, ") + failure.what());
     }

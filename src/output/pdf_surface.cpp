@@ -9,10 +9,12 @@
 #include "platform/text.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstddef>
-#include <exception>
 #include <memory>
+#include <new>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -46,8 +48,10 @@ private:
         paper_ = a4(orientation());
         try {
             pages_ = std::make_unique<PageSpool>(file().folder());
-        } catch (const std::exception& failure) {
-            file().fail(failure.what());
+        } catch (const std::system_error& failure) {
+            file().fail_with_errno(failure.code().value());
+        } catch (const std::bad_alloc&) {
+            file().fail_with_errno(ENOMEM);
         }
     }
 

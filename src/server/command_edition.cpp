@@ -104,10 +104,26 @@ DynArray exchanged_keys(Store& store, std::string_view word, const std::string& 
     return keys_of_joined(record(1));
 }
 
+// Passes the failures on, and notes whether the ledger is wrong for one of them.
+class NotedFailures final : public SkippedFailures {
+public:
+    explicit NotedFailures(SkippedFailures& place) : place_(place) {}
+    void skipped(std::string_view routine, const StepFailure& failure) override {
+        spoilt_ = spoilt_ || spoils_edition(failure);
+        place_.skipped(routine, failure);
+    }
+    [[nodiscard]] bool spoilt() const noexcept { return spoilt_; }
+
+private:
+    SkippedFailures& place_;
+    bool spoilt_ = false;
+};
+
 class ServerLedger {
 public:
     ServerLedger(ServerSession& session, const ServerSettings& settings, EditionRequest request)
-        : session_(session), settings_(settings), request_(std::move(request)) {
+        : session_(session), settings_(settings), request_(std::move(request)),
+          failures_(*settings.failures) {
         if (selection().with_drafts) drafts_.emplace(session_);
     }
 
@@ -115,9 +131,9 @@ public:
         if (!selection().as_list) return make_graphic_file();
         const PrinterTarget target = printer_of_user(session_.store(), request_.user, settings_.base_path);
         if (target.queue.empty()) return print_list(target.file, target.printer);
-        const TemporaryFile file;
+        const QueuedFile file;
         print_list(file.path(), target.printer);
-        print_on_queue(target.queue, file.path(), "Grand livre général - " + selection().entity_name);
+        file.send(target.queue, "Grand livre général - " + selection().entity_name);
     }
 
 private:
@@ -125,7 +141,7 @@ private:
 
     template <class Step>
     void step(Step&& action) {
-        skip(*settings_.failures, ROUTINE, std::forward<Step>(action));
+        skip(failures_, ROUTINE, std::forward<Step>(action));
     }
 
     void print_list(const std::string& path, const std::string& printer) {
@@ -146,7 +162,7 @@ private:
         GraphicFile file(settings_.base_path, selection().entity, request_.user);
         const auto surface = make_pdf_surface(file.working_path());
         print(*surface);
-        store.write(tempo_file, tempo::FILE_MADE, file.publish());
+        file.publish([&](const std::string& name) { store.write(tempo_file, tempo::FILE_MADE, name); });
     }
 
     // The steps of a page printer's edition, each skipped on its own when it fails; only an output that could
@@ -157,7 +173,7 @@ private:
         const DynArray drafts = selection().with_drafts
                                     ? exchanged_keys(session_.store(), tempo::DRAFT_KEYS, request_.user)
                                     : DynArray();
-        if (key_count(ledger) == 0)
+        if (key_count(ledger) == 0 && key_count(drafts) == 0)
             throw StepFailure(ERR_COMMAND, "CORVALISSEMENT : aucun compte à éditer pour l'utilisateur « " +
                                                request_.user + " »");
         LedgerFiles open_files;
@@ -174,20 +190,24 @@ private:
         state.reset_for_request();
         state.W_Cm = UNITS_PER_CM;
         NoProgress progress;
-        Edition edition{selection(),         ledger,           drafts, open_files, state, surface, progress,
-                        *settings_.failures, settings_.today()};
+        Edition edition{selection(), ledger,   drafts,    open_files,       state,
+                        surface,     progress, failures_, settings_.today()};
         step([&] { Entete_Page(edition); });
         if (selection().with_drafts)
             step([&] { Impression_Detail_Brouillard(edition); });
         else
             step([&] { Impression_Detail(edition); });
         step([&] { Imprime_Page_Total(edition); });
+        if (failures_.spoilt())
+            throw StepFailure(ERR_STORE,
+                              "CORVALISSEMENT : l'édition serait incomplète, elle n'est pas faite");
         surface.EndDoc();
     }
 
     ServerSession& session_;
     const ServerSettings& settings_;
     EditionRequest request_;
+    NotedFailures failures_;
     std::optional<DraftsInUse> drafts_;
 };
 

@@ -6,13 +6,9 @@
 #include "platform/text.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <system_error>
 #include <unistd.h>
@@ -25,6 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view GRAPHIC_FOLDER = "LIENCOMPTA";
+constexpr mode_t NEW_FILE_MODE = 0666; // less the user's mask
 constexpr double COLUMN_UNITS = 120.0; // a character of the text grid
 
 class MatrixSurface final : public ForwardingSurface {
@@ -35,7 +32,9 @@ public:
         const double x = CurrentX();
         const long column = std::lround(x / COLUMN_UNITS);
         const long room = std::max(0L, static_cast<long>(MATRIX_COLUMNS) - std::max(0L, column));
-        inner().Print(chars(text, 1, static_cast<std::size_t>(room)), line_end);
+        const std::string_view kept = chars(text, 1, static_cast<std::size_t>(room));
+        const bool blanks_alone = text.find_first_not_of(' ', kept.size()) == std::string_view::npos;
+        inner().Print(blanks_alone ? kept : text, line_end);
         if (line_end == LineEnd::keep)
             set_CurrentX(x + static_cast<double>(char_count(text)) * CHAR_UNITS_PER_POINT * points_);
     }
@@ -71,18 +70,10 @@ std::string graphic_folder(const std::string& base_path) {
     const std::string folder = (fs::path(base_path).parent_path() / GRAPHIC_FOLDER).string();
     std::error_code failed;
     fs::create_directory(folder, failed);
-    if (failed) output_failure(folder, failed.value());
+    // A link laid there beforehand would lead the ledgers somewhere else.
+    if (!fs::is_directory(fs::symlink_status(folder, failed))) output_failure(folder, ENOTDIR);
     if (::access(folder.c_str(), W_OK | X_OK) != 0) output_failure(folder, errno);
     return folder;
-}
-
-// Renames unless something of that name is there. Gives the system's error number.
-int rename_new(const std::string& from, const std::string& to) {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
-    if (errno != EINVAL && errno != ENOSYS) return errno;
-    // A file system that cannot do this has links, which never replace either.
-    if (::link(from.c_str(), to.c_str()) != 0) return errno;
-    return ::unlink(from.c_str()) == 0 ? 0 : errno;
 }
 
 } // namespace
@@ -91,33 +82,25 @@ std::unique_ptr<PrintSurface> limit_columns(std::unique_ptr<PrintSurface> inner)
     return std::make_unique<MatrixSurface>(std::move(inner));
 }
 
-TemporaryFile::TemporaryFile() {
-    std::error_code failed;
-    path_ = (fs::temp_directory_path(failed) / "corvalissement-XXXXXX").string();
-    const int descriptor = failed ? -1 : ::mkstemp(path_.data());
-    if (descriptor < 0) output_failure(path_, failed ? failed.value() : errno);
-    unfinished_ = UnfinishedFile(path_);
-    static_cast<void>(::close(descriptor));
-}
-
-TemporaryFile::~TemporaryFile() { static_cast<void>(::unlink(path_.c_str())); }
-
 GraphicFile::GraphicFile(const std::string& base_path, std::string_view entity, std::string_view user)
-    : folder_(graphic_folder(base_path)), stem_("GL" + safe_name(entity) + "-" + safe_name(user) + "-") {
-    static std::atomic<unsigned> count{0};
-    working_path_ =
-        folder_ + "/." + stem_ + std::to_string(::getpid()) + "-" + std::to_string(++count) + ".tmp.pdf";
-    unfinished_ = UnfinishedFile(working_path_);
+    : folder_(graphic_folder(base_path)), stem_("GL" + safe_name(entity) + "-" + safe_name(user) + "-"),
+      file_(folder_, NEW_FILE_MODE) {
+    if (file_.error() != 0) output_failure(folder_, file_.error());
 }
 
-GraphicFile::~GraphicFile() { static_cast<void>(::unlink(working_path_.c_str())); }
-
-std::string GraphicFile::publish() {
-    for (std::uint64_t number = 1;; ++number) {
-        std::string name = stem_ + std::to_string(number) + ".pdf";
-        const int error = rename_new(working_path_, folder_ + "/" + name);
-        if (error == 0) return name;
-        if (error != EEXIST) output_failure(folder_ + "/" + name, error);
+void GraphicFile::publish(const std::function<void(const std::string& name)>& named) {
+    std::string name;
+    int error = EEXIST;
+    for (std::uint64_t number = 1; error == EEXIST; ++number) {
+        name = stem_ + std::to_string(number) + ".pdf";
+        error = file_.put_new(folder_ + "/" + name);
+    }
+    if (error != 0) output_failure(folder_ + "/" + name, error);
+    try {
+        named(name);
+    } catch (...) {
+        static_cast<void>(::unlink((folder_ + "/" + name).c_str()));
+        throw;
     }
 }
 

@@ -7,6 +7,7 @@
 #include "platform/failures.h"
 #include "platform/text.h"
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <optional>
@@ -20,7 +21,8 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view QUEUE_PREFIX = "cups:";
 // The base itself, and what its engine and its locks keep beside it.
-constexpr std::array<std::string_view, 5> BASE_ENDINGS = {"", "-journal", "-wal", "-shm", "-verrous"};
+constexpr std::array<std::string_view, 6> BASE_ENDINGS = {"",     "-journal", "-wal",
+                                                          "-shm", "-verrous", ".creation"};
 
 // Attribute 1 of a record; nothing when the file does not hold it.
 std::optional<std::string> first_attribute(Store& store, std::string_view file, std::string_view key) {
@@ -67,21 +69,6 @@ void set_printer(Store& store, FileId file, const Border& border) {
                       printer);
 }
 
-// An absolute path, or the path made absolute from the base's folder, which it must not leave.
-std::string file_of(const std::string& printer, const std::string& target, const std::string& base_path) {
-    fs::path path = fs::path(target).lexically_normal();
-    if (path.is_relative()) {
-        if (base_path.empty()) refuse_target(printer, target, "une base en mémoire n'a pas de dossier");
-        if (path.begin() == path.end() || *path.begin() == ".." || !path.has_filename() || path == ".")
-            refuse_target(printer, target, "elle n'est pas un fichier du dossier de la base");
-        path = fs::path(base_path).parent_path() / path;
-    }
-    for (const std::string_view ending : BASE_ENDINGS)
-        if (!base_path.empty() && path.string() == base_path + std::string(ending))
-            refuse_target(printer, target, "c'est un fichier de la base");
-    return path.string();
-}
-
 } // namespace
 
 void test_and_set_printer(Store& store, std::string_view rest) {
@@ -102,6 +89,26 @@ void test_and_set_printer(Store& store, std::string_view rest) {
     whole.commit();
 }
 
+std::string file_beside_base(const std::string& printer, const std::string& target,
+                             const std::string& base_path) {
+    if (base_path.empty()) refuse_target(printer, target, "une base en mémoire n'a pas de dossier");
+    std::error_code failed;
+    const fs::path folder = fs::canonical(fs::absolute(base_path).parent_path(), failed);
+    if (failed) refuse_target(printer, target, "le dossier de la base ne peut pas être lu");
+    const fs::path path = (folder / fs::path(target)).lexically_normal();
+    // Where the links on the way lead in truth; what is not there yet is taken as it is named.
+    const fs::path real = fs::weakly_canonical(path, failed);
+    const auto [end, begin] = std::mismatch(folder.begin(), folder.end(), real.begin(), real.end());
+    if (failed || end != folder.end() || begin == real.end() || !path.has_filename() ||
+        fs::is_symlink(fs::symlink_status(path, failed)))
+        refuse_target(printer, target, "elle n'est pas un fichier du dossier de la base");
+    const std::string base = (folder / fs::path(base_path).filename()).string();
+    for (const std::string_view ending : BASE_ENDINGS)
+        if (real.string() == base + std::string(ending))
+            refuse_target(printer, target, "c'est un fichier de la base");
+    return real.string();
+}
+
 PrinterTarget printer_of_user(Store& store, std::string_view user, const std::string& base_path) {
     const std::optional<std::string> printer =
         first_attribute(store, files::TEMPO, key_of(tempo::PRINTER_SET, user));
@@ -115,7 +122,8 @@ PrinterTarget printer_of_user(Store& store, std::string_view user, const std::st
         throw StepFailure(ERR_COMMAND, "l'imprimante « " + *printer + " » n'est pas connue du serveur",
                           *printer);
     if (target->empty()) refuse_target(*printer, *target, "elle est vide");
-    if (!target->starts_with(QUEUE_PREFIX)) return {*printer, file_of(*printer, *target, base_path), ""};
+    if (!target->starts_with(QUEUE_PREFIX))
+        return {*printer, file_beside_base(*printer, *target, base_path), ""};
     std::string queue = target->substr(QUEUE_PREFIX.size());
     if (!usable_queue(queue)) refuse_target(*printer, *target, "ce n'est pas le nom d'une file d'impression");
     return {*printer, "", std::move(queue)};

@@ -1,7 +1,7 @@
 // The printers that the server knows: records of the file IMPRIMANTES under the name or port that a user's
 // printer has on the command line. Attribute 1 tells where what is printed goes: "cups:" and a queue of the
-// print service, or a file, relative to the base's folder or absolute. The administrator writes these
-// records; a name on a command line only ever chooses among them.
+// print service, or a file in the base's folder or below. A base may come from elsewhere, so nothing in it
+// leads out of its folder, neither a path nor a link on the way.
 //
 // The exchange rests in TEMPO, each record under a word and the user's name: BALANCEGENE (left by the
 // control before), RETOURIMPRIMANTE (the answer), IMPRIMANTE (the printer set last, for the edition).
@@ -32,6 +32,12 @@ struct PrinterTarget {
     std::string file;  // "" when it is a queue
     std::string queue; // "" when it is a file
 };
+
+// The file that a target names, relative to the folder of the base. Throws StepFailure (ERR_OUTPUT) when it
+// lies outside, is a link, or is a file of the base itself. For the control's printers and the server's
+// alike.
+[[nodiscard]] std::string file_beside_base(const std::string& printer, const std::string& target,
+                                           const std::string& base_path);
 
 // Throws StepFailure: ERR_COMMAND when the user has set no printer or it is gone, ERR_OUTPUT when its target
 // cannot be used: none given, a relative path out of the base's folder, the base itself, a relative path

@@ -1,5 +1,6 @@
 #include "window/control_widget.h"
 
+#include "host/delivery.h"
 #include "host/fixed_rights.h"
 #include "server/commands.h"
 #include "server/session.h"
@@ -47,7 +48,7 @@ void ControlWidget::make_host(const ControlSettings& settings) {
 void ControlWidget::open(const ControlSettings& settings, const std::string& base) {
     auto store = open_embedded_store(base, OpenMode::must_exist);
     make_host(settings);
-    host_->server_printers = printers_of_base(*store);
+    host_->server_printers = printers_of_base(*store, base);
     host_->server_folder = std::filesystem::absolute(base).parent_path();
     ServerSettings server;
     server.base_path = base;
@@ -73,7 +74,8 @@ void ControlWidget::start(const ControlSettings& settings, std::shared_ptr<Tarve
         control_->set_DroitsUtilisateur(settings.rights ? settings.rights
                                                         : std::make_shared<FixedRights>(settings.level));
         control_->set_TheClient(std::make_shared<TarvexClient>());
-        control_->set_TheDatabase(std::move(session));
+        control_->set_TheDatabase(
+            withhold_commands(std::move(session), [host = host_.get()] { return host->withholds(); }));
         control_->Init();
     } catch (...) {
         shut();

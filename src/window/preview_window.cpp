@@ -120,7 +120,8 @@ PreviewWindow::PreviewWindow(std::shared_ptr<RecordedDocument> document, QWidget
     : QMainWindow(parent), document_(std::move(document)) {
     setAttribute(Qt::WA_DeleteOnClose);
     setObjectName(QStringLiteral("Apercu"));
-    setWindowTitle(document_->title().empty() ? tr("Aperçu") : shown_text(document_->title()));
+    const QString title = document_->title().empty() ? tr("Aperçu") : shown_text(document_->title());
+    setWindowTitle(document_->incomplete() ? tr("INCOMPLET - %1").arg(title) : title);
     page_ = new PageView(document_);
     area_ = new QScrollArea;
     area_->setWidget(page_);
@@ -154,8 +155,16 @@ void PreviewWindow::make_actions() {
         entry->setToolTip(spoken + QStringLiteral(" (") + keys + QLatin1Char(')'));
         bar->widgetForAction(entry)->setAccessibleName(spoken);
     };
-    add(tr("Enregistrer en PDF…"), QKeySequence::Save, [this] { ask_save(); });
-    add(tr("Imprimer…"), QKeySequence::Print, [this] { ask_print(); });
+    QAction* save = add(tr("Enregistrer en PDF…"), QKeySequence::Save, [this] { ask_save(); });
+    QAction* print = add(tr("Imprimer…"), QKeySequence::Print, [this] { ask_print(); });
+    if (document_->incomplete()) {
+        for (QAction* handing_on : {save, print})
+            handing_on->setEnabled(false);
+        auto* warning = new QLabel(tr(" INCOMPLET : une étape de l'édition a échoué "));
+        warning->setObjectName(QStringLiteral("Incomplet"));
+        warning->setStyleSheet(QStringLiteral("background: #b00020; color: white; font-weight: bold"));
+        bar->addWidget(warning);
+    }
     bar->addSeparator();
     name(add(tr("◀"), QKeySequence(Qt::ALT | Qt::Key_PageUp), [this] { go_to_page(current_page() - 1); }),
          tr("Page précédente"), tr("Alt+Page préc."));

@@ -74,6 +74,10 @@ public:
     [[nodiscard]] std::optional<FoundText> find(std::string_view wanted,
                                                 const std::optional<FoundText>& after);
 
+    // A ledger that a failing step has made wrong: to be looked at, and not to be handed on.
+    void set_incomplete() { incomplete_ = true; }
+    [[nodiscard]] bool incomplete() const noexcept { return incomplete_; }
+
     // Prints the whole document once more, on a surface of any other kind.
     void replay(PrintSurface& surface);
 
@@ -86,6 +90,7 @@ private:
     std::string author_;
     int orientation_ = 1;
     int copies_ = 1;
+    bool incomplete_ = false;
 };
 
 // A surface that records. `ended` gets the document from EndDoc, when something was printed; it may throw.

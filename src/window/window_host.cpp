@@ -1,5 +1,6 @@
 #include "window/window_host.h"
 
+#include "host/delivery.h"
 #include "host/gestures.h"
 #include "host/headless_host.h"
 #include "output/surfaces.h"
@@ -220,7 +221,7 @@ std::shared_ptr<PrintSurface> WindowHost::printer(int index) {
     switch (chosen.kind) {
     case OfferedPrinter::Kind::preview:
         surface = make_recording_surface("Aperçu", "", [this](std::shared_ptr<RecordedDocument> document) {
-            if (document_ready) document_ready(std::move(document));
+            show_pages(std::move(document));
         });
         break;
     case OfferedPrinter::Kind::pdf:
@@ -228,7 +229,8 @@ std::shared_ptr<PrintSurface> WindowHost::printer(int index) {
         break;
     case OfferedPrinter::Kind::system:
         surface =
-            make_recording_surface(field_text(chosen.name), "",
+            // The server's commands know the queue by its name, should they get the edition.
+            make_recording_surface(field_text(chosen.name), field_text(chosen.name),
                                    [name = chosen.name](const std::shared_ptr<RecordedDocument>& document) {
                                        print_on(name, *document);
                                    });
@@ -237,9 +239,31 @@ std::shared_ptr<PrintSurface> WindowHost::printer(int index) {
         surface = open_printer(chosen.entry, server_folder);
         break;
     }
-    return report_end(std::move(surface), [this, where](const PrintSurface& ended) {
-        if (printed && ended.page_count() > 0) printed(ended.page_count(), where);
-    });
+    // The preview asks for itself whether incomplete pages are to be seen.
+    const bool preview = chosen.kind == OfferedPrinter::Kind::preview;
+    return deliver(
+        std::move(surface), [this, preview] { return !preview && withholds(); },
+        [this, where](const PrintSurface& ended) {
+            if (printed && ended.page_count() > 0) printed(ended.page_count(), where);
+        });
+}
+
+bool WindowHost::withholds() {
+    if (!spoiling_) return false;
+    message_box("L'édition n'est pas remise, elle serait incomplète : " + spoiling_->text() +
+                    "\nL'aperçu montre ses pages, telles qu'elles sont.",
+                KIND_WARNING, MESSAGE_TITLE);
+    return true;
+}
+
+void WindowHost::show_pages(std::shared_ptr<RecordedDocument> document) {
+    if (spoiling_) {
+        const std::string question = "L'édition est incomplète : " + spoiling_->text() +
+                                     "\nVoulez-vous en voir les pages, telles qu'elles sont ?";
+        if (message_box(question, KIND_QUESTION, MESSAGE_TITLE) != ANSWER_YES) return;
+        document->set_incomplete();
+    }
+    if (document_ready) document_ready(std::move(document));
 }
 
 // The printer in force before any is chosen takes nothing: an edition always asks for one.
@@ -276,6 +300,7 @@ void WindowHost::focus_changed(View& view) {
 void WindowHost::skipped(std::string_view routine, const StepFailure& failure) {
     std::string identity = std::to_string(failure.number()) + '\n' + failure.record() + '\n' + failure.text();
     if (told_.insert(std::move(identity)).second) skipped_.push_back({std::string(routine), failure});
+    if (!spoiling_ && spoils_edition(routine, failure)) spoiling_ = failure;
 }
 
 } // namespace corvalissement

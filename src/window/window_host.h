@@ -65,8 +65,14 @@ public:
     void focus_changed(View& view) override;
     void skipped(std::string_view routine, const StepFailure& failure) override;
 
+    // For the session that the control gets: whether an edition asked of the server is withheld, because a
+    // step has failed that makes it wrong. The user is told.
+    [[nodiscard]] bool withholds();
+
 private:
     class ModalForm;
+
+    void show_pages(std::shared_ptr<RecordedDocument> document);
 
     [[nodiscard]] ViewWidget* widget_of(const View& view) const;
     [[nodiscard]] QWidget* top() const;
@@ -78,6 +84,7 @@ private:
     QString pdf_path_;
     bool hourglass_ = false;
     std::vector<SkippedStep> skipped_;
+    std::optional<StepFailure> spoiling_; // the first failure that makes the ledger wrong
     std::set<std::string> told_;
 };
 

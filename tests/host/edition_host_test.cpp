@@ -1,4 +1,6 @@
 // One edition driven from options: what it ends with, and what a list of printers may hold.
+#include "data/keys.h"
+#include "drafts/frm_affect_compta.h"
 #include "host/edition_host.h"
 #include "importers/raw_records.h"
 #include "server/commands.h"
@@ -74,7 +76,7 @@ TEST_P(EditionOutcome, is_told_and_leaves_a_whole_file_or_none) {
     HostSettings settings;
     settings.today = TEST_TODAY;
     settings.user = "dupuis";
-    settings.printers = {{"Sortie", "", folder / "papier.txt"}};
+    settings.printers = {{"Sortie", "", folder / "papier.txt", ""}};
     EditionOptions options;
     options.entity = "001";
     GetParam().choose(options);
@@ -92,6 +94,55 @@ TEST_P(EditionOutcome, is_told_and_leaves_a_whole_file_or_none) {
     paper << file.rdbuf();
     EXPECT_NE(paper.str().find(GetParam().on_paper), std::string::npos);
     EXPECT_NE(paper.str().find("TOTAL DES MOUVEMENTS EDITES"), std::string::npos);
+}
+
+// What happens to the drafts of an edition before it is printed, and what becomes of it.
+struct Trouble {
+    std::string held;   // a sequence that another user holds
+    std::string asked;  // "" for all
+    std::string broken; // the key of a draft line that cannot be assigned
+    EditionEnd end;
+    bool withheld;
+    bool told; // that sequences are held, word for word
+    bool on_paper;
+};
+
+const Trouble TROUBLES[] = {
+    {"001VEN01", "", "", EditionEnd::refused, false, true, false},
+    {"001VEN01", "001VEN01", "", EditionEnd::refused, false, true, false},
+    {"001VEN01", "001ACN01", "", EditionEnd::done, false, true, true}, // complete as asked
+    {"", "", "001ACN0100003", EditionEnd::done, true, false, false},
+    {"", "001VEN01", "001ACN0100003", EditionEnd::done, false, false, true},
+};
+
+TEST(EditionHost, ledger_that_lacks_drafts_is_not_handed_out) {
+    for (const Trouble& trouble : TROUBLES) {
+        SCOPED_TRACE(trouble.held + "/" + trouble.asked + "/" + trouble.broken);
+        const Scratch folder;
+        const auto base = make_memory_base();
+        const auto other = make_memory_store(base);
+        std::ifstream records(std::string(TESTS_DIR) + "/golden/base.jsonl");
+        load_records(*other, records, "base.jsonl", nullptr);
+        if (!trouble.broken.empty()) other->write(other->file(files::BROUILLARDDETAIL), trouble.broken, "x");
+        if (!trouble.held.empty()) {
+            ASSERT_TRUE(other->lock(files::BROUILLARDTETE, trouble.held));
+        }
+        HostSettings settings;
+        settings.today = TEST_TODAY;
+        settings.printers = {{"Sortie", "", folder / "papier.txt", ""}};
+        EditionOptions options;
+        options.entity = "001";
+        options.all_drafts = trouble.asked.empty();
+        if (!trouble.asked.empty()) options.drafts = {trouble.asked};
+        EditionHost host(settings, options);
+        ServerSettings server{"", [] { return TEST_TODAY; }, &host};
+        EXPECT_EQ(
+            host.run(std::make_shared<ServerSession>(make_memory_store(base), make_server_commands(server))),
+            trouble.end);
+        EXPECT_EQ(host.withheld(), trouble.withheld);
+        EXPECT_EQ(host.notice() == SEQUENCES_HELD, trouble.told);
+        EXPECT_EQ(std::filesystem::exists(folder / "papier.txt"), trouble.on_paper);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Host, EditionOutcome, testing::ValuesIn(OUTCOMES),
@@ -114,7 +165,7 @@ TEST(Printers, list_is_read_and_its_faults_name_the_line) {
             EXPECT_EQ(failure.text().rfind("liste.jsonl, ligne 2 : ", 0), 0U) << failure.text();
         }
     }
-    EXPECT_EQ(error_of([] { static_cast<void>(open_printer({"A", "", "a.xyz"}, ".")); }), ERR_OUTPUT);
+    EXPECT_EQ(error_of([] { static_cast<void>(open_printer({"A", "", "a.xyz", ""}, ".")); }), ERR_OUTPUT);
 }
 
 } // namespace

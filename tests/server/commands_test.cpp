@@ -278,12 +278,10 @@ TEST_F(CommandsTest, the_list_is_the_text_that_the_control_prints) {
             ASSERT_LE(char_count(line), 133U) << line; // a form feed takes no column
     }
     EXPECT_EQ(failures_.texts, std::vector<std::string>());
-    // A name longer than the paper is cut.
-    put(files::ASSOCIATION, "001", {std::string(300, 'W')});
+    // A line longer than the paper loses its blanks and nothing else.
+    put(files::ASSOCIATION, "001", {std::string(300, 'W') + std::string(200, ' ')});
     ASSERT_EQ(run(edition_command_line(selection, "JEAN")), 0);
-    const std::string cut = bytes_of(folder_ / "liste.txt");
-    EXPECT_NE(cut.find("WWWW"), std::string::npos);
-    EXPECT_EQ(cut.find(std::string(133, 'W')), std::string::npos);
+    EXPECT_NE(bytes_of(folder_ / "liste.txt").find(std::string(300, 'W') + "\n"), std::string::npos);
 }
 
 TEST_F(CommandsTest, an_edition_that_cannot_be_made_fails_and_leaves_nothing) {
@@ -348,7 +346,8 @@ TEST_F(CommandsTest, a_graphic_file_has_a_name_of_its_own_that_cannot_lead_out_o
 TEST_F(CommandsTest, a_queue_gets_the_file_through_lp_and_its_refusal_is_told) {
     make_up_base(store(), {.lines = 60, .accounts = 20, .seed = 3, .drafts = 0}, {});
     put_bytes(folder_ / "lp", "#!/bin/sh\n[ \"$2\" = refus ] && { echo 'file arretee' >&2; exit 1; }\n"
-                              "cp \"$8\" \"$(dirname \"$0\")/recu-$2\"\n");
+                              "[ \"$2\" = muet ] && exec cat \"$(dirname \"$0\")/tube\"\n"
+                              "cat >\"$(dirname \"$0\")/recu-$2\"\n");
     ::chmod((folder_ / "lp").c_str(), 0700);
     const std::string path = std::getenv("PATH");
     ::setenv("PATH", (folder_.path().string() + ":" + path).c_str(), 1);
@@ -362,6 +361,13 @@ TEST_F(CommandsTest, a_queue_gets_the_file_through_lp_and_its_refusal_is_told) {
     std::string text;
     EXPECT_EQ(run(list, &text), ERR_OUTPUT);
     EXPECT_NE(text.find("file arretee"), std::string::npos);
+    // One that never ends is given up.
+    ASSERT_EQ(::mkfifo((folder_ / "tube").c_str(), 0600), 0);
+    ::setenv("CORVALISSEMENT_DELAI_IMPRESSION", "0.05", 1);
+    put(files::IMPRIMANTES, "LPT1:", {"cups:muet"});
+    EXPECT_EQ(run(list, &text), ERR_OUTPUT);
+    EXPECT_NE(text.find("n'en finit pas"), std::string::npos) << text;
+    ::unsetenv("CORVALISSEMENT_DELAI_IMPRESSION");
     ::setenv("PATH", folder_.path().c_str(), 1);
     std::filesystem::remove(folder_ / "lp");
     EXPECT_EQ(run(list), ERR_OUTPUT);
