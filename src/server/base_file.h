@@ -1,14 +1,11 @@
-// The file of an embedded base before any of it is used: what it has to be, and how a new one comes about.
+// The file of an embedded base before any of it is used: what it has to be.
 //
 // A base is told by its first bytes: the library's own mark, our application number (so that the base of
-// another program is refused, never written into) and the number of our format. A new base is made under
-// another name and appears under its own when it is complete and on the disk, so that a failure or a kill
-// leaves none or a whole one.
+// another program is refused, never written into) and the number of our format.
 #pragma once
 
-#include "output/unfinished_files.h"
-
 #include <string>
+#include <string_view>
 
 namespace corvalissement {
 
@@ -18,6 +15,12 @@ inline constexpr unsigned BASE_APPLICATION = 0x43564C53; // "CVLS"
 inline constexpr unsigned BASE_FORMAT = 1;
 
 enum class BaseState { missing, empty, present };
+
+// A new base is made under its path with this behind it.
+inline constexpr const char* MADE_ASIDE = ".creation";
+
+// StepFailure (ERR_STORE): the base as the user knows it, and why not.
+[[noreturn]] void refuse_base(const std::string& shown, std::string_view reason);
 
 // The file that `shown` means: its whole path, links followed. A path is a path and nothing else: names that
 // the library would take for something of its own (":memory:", "file:x") are files like any other.
@@ -37,52 +40,5 @@ void check_base_header(const SqliteConnection& connection, BaseLog log);
 
 // True when the file is shorter than its own head says, and no log holds the rest: why a base is damaged.
 [[nodiscard]] bool is_cut_short(const SqliteConnection& connection, const std::string& path);
-
-// A base that comes about. It is made aside, as its path with ".creation" behind it, by one process at a
-// time; another that wants the same base waits, and then finds it there. What a killed process has left
-// aside is cleared away by the next one.
-class NewBase {
-public:
-    // Waits for a process that makes the same base. Throws StepFailure (ERR_STORE) as look_at_base does, when
-    // nothing can be made there, and when files of others stand where it would be made: they are left alone.
-    NewBase(std::string path, std::string shown);
-    // What was not published is taken away.
-    ~NewBase();
-    NewBase(const NewBase&) = delete;
-    NewBase& operator=(const NewBase&) = delete;
-
-    // False when a base stands at the path: there is nothing to make.
-    [[nodiscard]] bool needed() const noexcept { return descriptor_ >= 0; }
-
-    // The base that is being made, empty at first, without a log. REQUIRES needed().
-    [[nodiscard]] const std::string& aside() const noexcept { return aside_; }
-
-    // Brings it to the disk and puts it under its own name. REQUIRES needed(), and that nobody has it open.
-    // Throws StepFailure (ERR_STORE), with nothing under the name, when any step of that fails or something
-    // has come to stand there meanwhile.
-    void publish();
-
-private:
-    bool take_place();
-    void clear_left() noexcept;
-    void make_aside();
-    void complete_aside() const;
-    void check_aside() const;
-    void clear_beside() const;
-    void give_name();
-    bool renamed_at_once() const;
-    bool linked() const;
-    void clear_aside() const noexcept;
-    void leave_place() noexcept;
-    [[noreturn]] void refuse_creation(int error) const;
-
-    std::string path_;
-    std::string shown_;
-    std::string aside_;
-    std::string place_;   // the file whose lock is the right to make this base
-    int holder_ = -1;     // of `place_`, locked
-    int descriptor_ = -1; // of the file aside
-    UnfinishedFile unfinished_[2];
-};
 
 } // namespace corvalissement

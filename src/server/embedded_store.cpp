@@ -6,6 +6,7 @@
 #include "platform/failures.h"
 #include "server/base_file.h"
 #include "server/base_schema.h"
+#include "server/new_base.h"
 #include "server/page_guard.h"
 #include "server/record_locks.h"
 #include "server/sqlite_base.h"

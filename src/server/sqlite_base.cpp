@@ -15,6 +15,7 @@ const char* meaning(int result) {
     switch (result & 0xFF) {
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
+    case SQLITE_PROTOCOL: // a race for the locks that was lost again and again
         return "la base est tenue par un autre utilisateur";
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
@@ -36,7 +37,6 @@ const char* meaning(int result) {
         return "la mémoire manque";
     case SQLITE_TOOBIG:
         return "l'enregistrement est trop long";
-    case SQLITE_PROTOCOL:
     case SQLITE_NOLFS:
     case SQLITE_IOERR:
         return "le disque ne peut pas être lu ou écrit";

@@ -12,7 +12,6 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <thread>
 
 // The calls that bring a base to the disk, the library's and ours. Each passes, but for the one that
 // `until_failure` counts down to.
@@ -223,25 +222,6 @@ TEST(EmbeddedBase, links_laid_beforehand_are_neither_followed_nor_changed) {
     struct stat facts {};
     EXPECT_EQ(::stat((base + "-verrous").c_str(), &facts), 0);
     EXPECT_EQ(facts.st_mode & 0777U, 0660U);
-}
-
-TEST(EmbeddedBase, makers_of_one_base_wait_for_each_other) {
-    const ScratchFolder folder;
-    const std::string path = folder / "commune";
-    std::vector<std::thread> makers;
-    for (int i = 0; i < 6; ++i)
-        makers.emplace_back([&, i] {
-            fill_embedded_store(path, [&](Store& store) {
-                Transaction whole(store);
-                store.write(store.file("F"), std::to_string(i), "v");
-                whole.commit();
-            });
-        });
-    for (std::thread& maker : makers)
-        maker.join();
-    const auto store = open(path);
-    EXPECT_EQ(records_of(*store, "F").size(), 6U);
-    EXPECT_FALSE(std::filesystem::exists(path + ".creation"));
 }
 
 TEST(EmbeddedBase, what_is_no_base_is_refused_by_name_and_left_alone) {
