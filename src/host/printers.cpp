@@ -17,8 +17,6 @@ namespace corvalissement {
 
 namespace {
 
-constexpr std::string_view QUEUE_PREFIX = "cups:";
-
 std::string member(const nlohmann::json& object, const char* name, bool required) {
     const auto found = object.find(name);
     if (found == object.end() && !required) return {};
@@ -64,8 +62,15 @@ private:
     bool sent_ = false;
 };
 
-// A printer that the server serves: the control only ends its document, and prints nothing on it.
+// A printer that the server serves: the control prints nothing on it and only ends its document.
 std::string nowhere() { return "/dev/null"; }
+
+PrinterTarget target_of(const PrinterEntry& printer, const std::filesystem::path& folder) {
+    if (!printer.base_path.empty()) return target_in_base(printer.name, printer.output, printer.base_path);
+    if (printer.output.starts_with(QUEUE_PREFIX))
+        return {printer.name, "", printer.output.substr(QUEUE_PREFIX.size())};
+    return {printer.name, (folder / printer.output).string(), ""};
+}
 
 } // namespace
 
@@ -85,10 +90,12 @@ std::vector<PrinterEntry> read_printers(std::istream& input, const std::string& 
 }
 
 std::vector<PrinterEntry> printers_of_base(Store& store, const std::string& base_path) {
+    // The records mean the same folder also after the process has changed its own.
+    const std::string path = base_path.empty() ? "" : std::filesystem::absolute(base_path).string();
     std::vector<PrinterEntry> printers;
     store.scan(store.file(files::IMPRIMANTES), "", [&](std::string_view key, std::string_view record) {
         const DynArray attributes{std::string(record)};
-        printers.push_back({std::string(key), std::string(key), std::string(attributes(1)), base_path});
+        printers.push_back({std::string(key), std::string(key), std::string(attributes(1)), path});
         return true;
     });
     return printers;
@@ -97,13 +104,10 @@ std::vector<PrinterEntry> printers_of_base(Store& store, const std::string& base
 std::unique_ptr<PrintSurface> open_printer(const PrinterEntry& printer, const std::filesystem::path& folder) {
     if (printer.output.empty() || is_matrix_name(printer.name))
         return make_text_surface(nowhere(), printer.name, printer.port);
-    if (printer.output.starts_with(QUEUE_PREFIX))
-        return std::make_unique<QueueSurface>(printer.output.substr(QUEUE_PREFIX.size()),
-                                              std::make_unique<QueuedFile>(), printer);
-    if (!printer.base_path.empty())
-        return make_surface(file_beside_base(printer.name, printer.output, printer.base_path), printer.name,
-                            printer.port);
-    return make_surface((folder / printer.output).string(), printer.name, printer.port);
+    const PrinterTarget target = target_of(printer, folder);
+    if (!target.queue.empty())
+        return std::make_unique<QueueSurface>(target.queue, std::make_unique<QueuedFile>(), printer);
+    return make_surface(target.file, printer.name, printer.port);
 }
 
 } // namespace corvalissement

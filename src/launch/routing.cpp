@@ -33,7 +33,7 @@ public:
         if (i == -1) return;
         choose_surface(i);
         if (!surface_) return;
-        const bool matrix = is_matrix_printer(*surface_);
+        const bool matrix = is_matrix_name(surface_->DeviceName());
         if (!matrix) prepare_printer();
         {
             BusyBracket busy(run_.view);
@@ -41,7 +41,7 @@ public:
                 hand_to_server(surface_.get());
             else
                 print();
-            busy.end();
+            step([&] { busy.end(); });
         }
         step([&] { surface_->EndDoc(); });
         step([&] { run_.progress.show_progress(false); });

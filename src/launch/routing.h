@@ -29,8 +29,7 @@ struct PrintRun {
 // enabled with a normal pointer, and what was printed is ended as a document.
 void Imprime(PrintRun& run);
 
-// True for a printer that gets its editions from the server: its name holds "MATRIC" in any case.
-[[nodiscard]] bool is_matrix_printer(const PrintSurface& printer);
+// True for the name of a printer that gets its editions from the server: it holds "MATRIC" in any case.
 [[nodiscard]] bool is_matrix_name(std::string_view device_name);
 
 } // namespace corvalissement

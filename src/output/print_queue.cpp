@@ -11,10 +11,10 @@
 #include <chrono>
 #include <cmath>
 #include <csignal>
-#include <cstdint>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <optional>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -37,7 +37,7 @@ constexpr std::size_t WORDS_KEPT = 4'096; // of what the print service says, in 
 
 using Clock = std::chrono::steady_clock;
 
-// How long the print service may take over a file.
+// How long the print service may stand still over a file.
 std::chrono::milliseconds patience() {
     constexpr double USUAL_SECONDS = 60.0;
     constexpr double MOST_SECONDS = 86'400.0;
@@ -52,37 +52,50 @@ std::chrono::milliseconds patience() {
     return std::chrono::milliseconds(std::llround(std::min(seconds, MOST_SECONDS) * 1000.0));
 }
 
-// True when there is something to read, or the end; false when the time is over.
-bool wait_for_words(int descriptor, Clock::time_point until) {
-    pollfd watched{descriptor, POLLIN, 0};
-    int ready = 0;
-    do {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
-        ready = ::poll(&watched, 1, static_cast<int>(std::max<std::int64_t>(0, left)));
-    } while (ready < 0 && errno == EINTR);
-    return ready != 0;
-}
-
-// What the print service says, read until it has no more to say, which is when its command ends.
-struct Words {
-    std::string text;
-    bool ended = true; // false: the time was over before
+// What came of the command: what it said, and how it ended, nothing when the time was over before.
+struct Outcome {
+    std::string words;
+    std::optional<int> status;
 };
 
-// Reads to the end, so that the one who writes is never stopped, and keeps the beginning.
-Words read_words(int descriptor, Clock::time_point until) {
-    Words words;
+// Reads what is there, so that the one who writes is never stopped, and keeps the beginning. False at the
+// end.
+bool read_words(int channel, std::string& words) {
     std::array<char, 512> buffer{};
-    while ((words.ended = wait_for_words(descriptor, until))) {
-        const ssize_t got = ::read(descriptor, buffer.data(), buffer.size());
-        if (got == 0 || (got < 0 && errno != EINTR)) break;
-        if (got > 0 && words.text.size() < WORDS_KEPT)
-            words.text.append(buffer.data(), static_cast<std::size_t>(got));
+    ssize_t got = 0;
+    while ((got = ::read(channel, buffer.data(), buffer.size())) > 0 || (got < 0 && errno == EINTR))
+        if (got > 0 && words.size() < WORDS_KEPT) words.append(buffer.data(), static_cast<std::size_t>(got));
+    return got != 0;
+}
+
+// It is the command's own end that counts: a process that it has left behind may hold the channel on, and the
+// command may go on without it.
+Outcome await_end(pid_t child, int file, int channel) {
+    constexpr int LOOK_EVERY_MS = 10;
+    Outcome outcome;
+    bool more = true;
+    int status = 0;
+    off_t taken = 0; // of the file, whose place the command shares
+    for (auto moved = Clock::now(); !outcome.status && Clock::now() < moved + patience();) {
+        pollfd watched{more ? channel : -1, POLLIN, 0};
+        static_cast<void>(::poll(&watched, 1, LOOK_EVERY_MS));
+        // A host that ignores its children never learns how one ended.
+        const pid_t ended = ::waitpid(child, &status, WNOHANG);
+        if (ended == child || (ended < 0 && errno == ECHILD)) outcome.status = status;
+        more = more && read_words(channel, outcome.words);
+        const off_t place = ::lseek(file, 0, SEEK_CUR);
+        if (place != taken) moved = Clock::now();
+        taken = place;
     }
-    while (!words.text.empty() && (words.text.back() == '\n' || words.text.back() == ' '))
-        words.text.pop_back();
-    words.text = sanitize(words.text);
-    return words;
+    if (!outcome.status) {
+        static_cast<void>(::kill(child, SIGKILL));
+        while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+        }
+    }
+    while (!outcome.words.empty() && (outcome.words.back() == '\n' || outcome.words.back() == ' '))
+        outcome.words.pop_back();
+    outcome.words = sanitize(outcome.words);
+    return outcome;
 }
 
 // Starts lp with the file as its input, its output and its complaints going into `channel`. Gives the
@@ -122,24 +135,20 @@ QueuedFile::QueuedFile() : file_(folder_for_temporaries(), OWNER_ONLY) {
 void QueuedFile::send(const std::string& queue, const std::string& title, int copies) const {
     if (!usable_queue(queue)) queue_failure(queue, "ce n'est pas le nom d'une file d'impression");
     std::array<int, 2> channel{};
-    if (::lseek(file_.descriptor(), 0, SEEK_SET) != 0 || ::pipe2(channel.data(), O_CLOEXEC) != 0)
+    if (::lseek(file_.descriptor(), 0, SEEK_SET) != 0 || ::pipe2(channel.data(), O_CLOEXEC) != 0 ||
+        ::fcntl(channel[0], F_SETFL, O_NONBLOCK) != 0)
         queue_failure(queue, system_reason(errno));
-    const auto until = Clock::now() + patience();
     pid_t child = 0;
     const int error = start_lp({"lp", "-d", queue, "-n", std::to_string(copies), "-t", title},
                                file_.descriptor(), channel[1], child);
     static_cast<void>(::close(channel[1]));
-    const Words said = error == 0 ? read_words(channel[0], until) : Words();
+    const Outcome outcome = error == 0 ? await_end(child, file_.descriptor(), channel[0]) : Outcome();
     static_cast<void>(::close(channel[0]));
     if (error != 0)
         queue_failure(queue, "la commande lp ne peut pas être lancée (" + system_reason(error) + ")");
-    if (!said.ended) static_cast<void>(::kill(child, SIGKILL));
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    if (!said.ended) queue_failure(queue, "la commande lp n'en finit pas, elle a été arrêtée");
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
-        queue_failure(queue, said.text.empty() ? "sans motif" : said.text);
+    if (!outcome.status) queue_failure(queue, "la commande lp n'en finit pas, elle a été arrêtée");
+    if (!WIFEXITED(*outcome.status) || WEXITSTATUS(*outcome.status) != 0)
+        queue_failure(queue, outcome.words.empty() ? "sans motif" : outcome.words);
 }
 
 } // namespace corvalissement

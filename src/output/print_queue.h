@@ -23,8 +23,9 @@ public:
 
     // Hands the complete file to the queue through the print service's command `lp`, which is started
     // directly, never through a shell, and waits until it has taken it. Throws StepFailure (ERR_OUTPUT) with
-    // the service's own words when the queue refuses, and when the command has not ended after the seconds
-    // that the environment variable CORVALISSEMENT_DELAI_IMPRESSION gives (60 without it): it is then ended.
+    // the service's own words when the queue refuses, and when the command takes nothing more of the file and
+    // doesn't end for as many seconds as the environment variable CORVALISSEMENT_DELAI_IMPRESSION gives (60
+    // without it): it is then ended.
     // `title` is what the queue's list of jobs shows.
     void send(const std::string& queue, const std::string& title, int copies = 1) const;
 

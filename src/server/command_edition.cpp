@@ -148,11 +148,12 @@ private:
         print(*list_surface(path, printer));
     }
 
-    // What a printer takes is text of so many columns, unless the name of its file asks for another kind.
+    // What a printer takes is text, unless the name of its file asks for another kind. A row is as long as
+    // what stands on it: more than the 132 columns of a matrix printer rather than a figure less.
     static std::unique_ptr<PrintSurface> list_surface(const std::string& path, const std::string& printer) {
         const std::string ending = capitals(std::filesystem::path(path).extension().string());
         if (ending == ".PDF" || ending == ".JSONL") return make_surface(path, printer);
-        return limit_columns(make_text_surface(path, printer));
+        return make_text_surface(path, printer);
     }
 
     void make_graphic_file() {

@@ -27,13 +27,14 @@ struct EditionRequest {
 // A list of keys joined by "|", one of them or none included, as the passes take it.
 [[nodiscard]] DynArray keys_of_joined(std::string_view joined);
 
-// CORVALISSEMENT. LISTE prints a text grid of 132 columns with form feeds, to the target of the printer that
-// the user has set. GRAPHIQUE makes a PDF in the folder LIENCOMPTA beside the base, under a name that no
-// other edition has, and writes this name to the record CORVALISSEMENT of TEMPO, which is
-// taken away first so that a failure never shows an earlier file's name.
+// CORVALISSEMENT. LISTE prints a text grid with form feeds, 132 columns wide as long as no figure needs more,
+// to the target of the printer that the user has set. GRAPHIQUE makes a PDF in the folder LIENCOMPTA beside
+// the base, under a name that no other edition has, and writes this name to the record CORVALISSEMENT of
+// TEMPO, which is taken away first so that a failure never shows an earlier file's name.
 //
-// A step that the passes skip goes to `settings.failures`; the edition is delivered all the same. Nothing to
-// print, a missing exchange record, an output that fails: StepFailure, and no file.
+// A step that the passes skip goes to `settings.failures`; the edition is delivered all the same. Drafts are
+// printed also when no account of the ledger is selected. Nothing to print, a missing exchange record, an
+// output that fails: StepFailure, and no file.
 void run_edition(ServerSession& session, const ServerSettings& settings, std::string_view rest);
 
 } // namespace corvalissement

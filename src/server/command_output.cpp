@@ -1,13 +1,10 @@
 #include "server/command_output.h"
 
-#include "output/forwarding_surface.h"
 #include "output/output_file.h"
 #include "platform/failures.h"
 #include "platform/text.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <system_error>
@@ -22,30 +19,6 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view GRAPHIC_FOLDER = "LIENCOMPTA";
 constexpr mode_t NEW_FILE_MODE = 0666; // less the user's mask
-constexpr double COLUMN_UNITS = 120.0; // a character of the text grid
-
-class MatrixSurface final : public ForwardingSurface {
-public:
-    using ForwardingSurface::ForwardingSurface;
-
-    void Print(std::string_view text, LineEnd line_end) override {
-        const double x = CurrentX();
-        const long column = std::lround(x / COLUMN_UNITS);
-        const long room = std::max(0L, static_cast<long>(MATRIX_COLUMNS) - std::max(0L, column));
-        const std::string_view kept = chars(text, 1, static_cast<std::size_t>(room));
-        const bool blanks_alone = text.find_first_not_of(' ', kept.size()) == std::string_view::npos;
-        inner().Print(blanks_alone ? kept : text, line_end);
-        if (line_end == LineEnd::keep)
-            set_CurrentX(x + static_cast<double>(char_count(text)) * CHAR_UNITS_PER_POINT * points_);
-    }
-    void set_FontSize(double points) override {
-        ForwardingSurface::set_FontSize(points);
-        points_ = points;
-    }
-
-private:
-    double points_ = 10.0; // of a surface that has just been made
-};
 
 [[noreturn]] void output_failure(const std::string& path, int error_number) {
     throw StepFailure(ERR_OUTPUT, path + " : " + system_reason(error_number), path);
@@ -70,17 +43,15 @@ std::string graphic_folder(const std::string& base_path) {
     const std::string folder = (fs::path(base_path).parent_path() / GRAPHIC_FOLDER).string();
     std::error_code failed;
     fs::create_directory(folder, failed);
-    // A link laid there beforehand would lead the ledgers somewhere else.
-    if (!fs::is_directory(fs::symlink_status(folder, failed))) output_failure(folder, ENOTDIR);
+    if (failed) output_failure(folder, failed.value());
+    // One laid there beforehand would lead the ledgers out of the base's folder.
+    if (fs::is_symlink(folder))
+        throw StepFailure(ERR_OUTPUT, folder + " : c'est un lien symbolique, qui n'est pas suivi", folder);
     if (::access(folder.c_str(), W_OK | X_OK) != 0) output_failure(folder, errno);
     return folder;
 }
 
 } // namespace
-
-std::unique_ptr<PrintSurface> limit_columns(std::unique_ptr<PrintSurface> inner) {
-    return std::make_unique<MatrixSurface>(std::move(inner));
-}
 
 GraphicFile::GraphicFile(const std::string& base_path, std::string_view entity, std::string_view user)
     : folder_(graphic_folder(base_path)), stem_("GL" + safe_name(entity) + "-" + safe_name(user) + "-"),

@@ -3,6 +3,7 @@
 #include "data/dyn_array.h"
 #include "data/keys.h"
 #include "launch/server_edition.h"
+#include "output/output_file.h"
 #include "output/print_queue.h"
 #include "platform/failures.h"
 #include "platform/text.h"
@@ -10,7 +11,9 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <fstream>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace corvalissement {
@@ -19,10 +22,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view QUEUE_PREFIX = "cups:";
-// The base itself, and what its engine and its locks keep beside it.
-constexpr std::array<std::string_view, 6> BASE_ENDINGS = {"",     "-journal", "-wal",
-                                                          "-shm", "-verrous", ".creation"};
+// What a base's engine and its locks keep beside it, and a base under way.
+constexpr std::array<std::string_view, 5> BASE_ENDINGS = {"-journal", "-wal", "-shm", "-verrous",
+                                                          ".creation"};
 
 // Attribute 1 of a record; nothing when the file does not hold it.
 std::optional<std::string> first_attribute(Store& store, std::string_view file, std::string_view key) {
@@ -69,6 +71,44 @@ void set_printer(Store& store, FileId file, const Border& border) {
                       printer);
 }
 
+bool is_file_of_a_base(const fs::path& path, const fs::path& own_base) {
+    constexpr std::string_view HEADER = "SQLite format 3";
+    std::string begin(HEADER.size(), '\0');
+    if (fs::is_regular_file(path)) // anything else could keep the one who reads it
+        std::ifstream(path, std::ios::binary).read(begin.data(), static_cast<std::streamsize>(begin.size()));
+    return begin == HEADER || path == own_base ||
+           std::any_of(BASE_ENDINGS.begin(), BASE_ENDINGS.end(), [&](std::string_view ending) {
+               return std::string_view(path.native()).ends_with(ending);
+           });
+}
+
+// Throws the system's own failure when the folder or the path cannot be followed.
+std::string file_in_base_folder(const std::string& printer, const std::string& target,
+                                const std::string& base_path) {
+    const fs::path base = fs::absolute(base_path);
+    const fs::path folder = fs::canonical(base.parent_path());
+    const fs::path path = fs::weakly_canonical(folder / target);
+    const fs::path inside = path.lexically_relative(folder);
+    // What is still a link behind all that was followed leads to nothing yet, wherever that may be.
+    if (inside.empty() || inside == "." || *inside.begin() == ".." || !path.has_filename() ||
+        fs::is_symlink(path))
+        refuse_target(printer, target, "elle n'est pas un fichier du dossier de la base");
+    if (is_file_of_a_base(path, folder / base.filename()))
+        refuse_target(printer, target, "c'est un fichier de la base");
+    return path.string();
+}
+
+std::string file_of(const std::string& printer, const std::string& target, const std::string& base_path) {
+    if (base_path.empty()) refuse_target(printer, target, "une base en mémoire n'a pas de dossier");
+    if (target.find('\0') != std::string::npos)
+        refuse_target(printer, target, "elle contient un caractère NUL");
+    try {
+        return file_in_base_folder(printer, target, base_path);
+    } catch (const fs::filesystem_error& failure) {
+        refuse_target(printer, target, system_reason(failure.code().value()));
+    }
+}
+
 } // namespace
 
 void test_and_set_printer(Store& store, std::string_view rest) {
@@ -89,24 +129,13 @@ void test_and_set_printer(Store& store, std::string_view rest) {
     whole.commit();
 }
 
-std::string file_beside_base(const std::string& printer, const std::string& target,
+PrinterTarget target_in_base(const std::string& printer, const std::string& target,
                              const std::string& base_path) {
-    if (base_path.empty()) refuse_target(printer, target, "une base en mémoire n'a pas de dossier");
-    std::error_code failed;
-    const fs::path folder = fs::canonical(fs::absolute(base_path).parent_path(), failed);
-    if (failed) refuse_target(printer, target, "le dossier de la base ne peut pas être lu");
-    const fs::path path = (folder / fs::path(target)).lexically_normal();
-    // Where the links on the way lead in truth; what is not there yet is taken as it is named.
-    const fs::path real = fs::weakly_canonical(path, failed);
-    const auto [end, begin] = std::mismatch(folder.begin(), folder.end(), real.begin(), real.end());
-    if (failed || end != folder.end() || begin == real.end() || !path.has_filename() ||
-        fs::is_symlink(fs::symlink_status(path, failed)))
-        refuse_target(printer, target, "elle n'est pas un fichier du dossier de la base");
-    const std::string base = (folder / fs::path(base_path).filename()).string();
-    for (const std::string_view ending : BASE_ENDINGS)
-        if (real.string() == base + std::string(ending))
-            refuse_target(printer, target, "c'est un fichier de la base");
-    return real.string();
+    if (target.empty()) refuse_target(printer, target, "elle est vide");
+    if (!target.starts_with(QUEUE_PREFIX)) return {printer, file_of(printer, target, base_path), ""};
+    std::string queue = target.substr(QUEUE_PREFIX.size());
+    if (!usable_queue(queue)) refuse_target(printer, target, "ce n'est pas le nom d'une file d'impression");
+    return {printer, "", std::move(queue)};
 }
 
 PrinterTarget printer_of_user(Store& store, std::string_view user, const std::string& base_path) {
@@ -121,12 +150,7 @@ PrinterTarget printer_of_user(Store& store, std::string_view user, const std::st
     if (!target)
         throw StepFailure(ERR_COMMAND, "l'imprimante « " + *printer + " » n'est pas connue du serveur",
                           *printer);
-    if (target->empty()) refuse_target(*printer, *target, "elle est vide");
-    if (!target->starts_with(QUEUE_PREFIX))
-        return {*printer, file_beside_base(*printer, *target, base_path), ""};
-    std::string queue = target->substr(QUEUE_PREFIX.size());
-    if (!usable_queue(queue)) refuse_target(*printer, *target, "ce n'est pas le nom d'une file d'impression");
-    return {*printer, "", std::move(queue)};
+    return target_in_base(*printer, *target, base_path);
 }
 
 } // namespace corvalissement

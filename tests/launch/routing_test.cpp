@@ -25,6 +25,23 @@ private:
     std::string answer_;
 };
 
+class NoState final : public TarvexSession {
+public:
+    explicit NoState(TarvexSession& inner) : inner_(inner) {}
+    std::shared_ptr<TarvexFile> DBOpen(std::string_view file) override { return inner_.DBOpen(file); }
+    DynArray DBSelect(std::string_view request, std::string_view text, std::string& work) override {
+        return inner_.DBSelect(request, text, work);
+    }
+    void DBExecute(std::string_view request, std::string_view text, std::string& work) override {
+        inner_.DBExecute(request, text, work);
+    }
+    void begin_reading() override { throw StepFailure(ERR_STORE, "base abîmée"); }
+    void end_reading() override { ADD_FAILURE() << "never begun"; }
+
+private:
+    TarvexSession& inner_;
+};
+
 struct Route {
     TestHost host;
     View view{host, "Vue", "", 1, 1, {}};
@@ -35,6 +52,7 @@ struct Route {
     std::string target = "avant";
     PrintState state;
     std::string written; // what stands in TEMPO for the user
+    bool no_state = false;
 
     void run(const std::string& answer = "OK") {
         TestLedger ledger;
@@ -56,7 +74,9 @@ struct Route {
         const DynArray drafts;
         UtilObject util(host);
         NoProgress progress;
-        PrintRun print{selection, keys, drafts, files, session, view, util, state, progress, target};
+        NoState stateless(session);
+        TarvexSession& served = no_state ? static_cast<TarvexSession&>(stateless) : session;
+        PrintRun print{selection, keys, drafts, files, served, view, util, state, progress, target};
         Imprime(print);
         DynArray record;
         static_cast<void>(
@@ -92,11 +112,14 @@ TEST(Routing, nothing_is_asked_for_no_key_and_nothing_printed_when_given_up) {
 }
 
 TEST(Routing, unknown_index_goes_to_the_printer_in_force) {
-    Route route;
-    route.host.choice.index = 7;
-    route.run();
-    EXPECT_EQ(route.host.in_force->documents_ended, 1);
-    EXPECT_EQ(route.host.failures().size(), 1U);
+    for (const bool there : {false, true}) { // a printer that is there and cannot be opened has no stand-in
+        Route route;
+        route.host.choice.index = there ? 0 : 7;
+        if (there) route.printer = nullptr;
+        route.run();
+        EXPECT_EQ(route.host.in_force->documents_ended, there ? 0 : 1);
+        EXPECT_EQ(route.host.failures().size(), 1U);
+    }
 }
 
 TEST(Routing, refused_copies_are_nobody_s_business) {
@@ -111,8 +134,9 @@ TEST(Routing, edition_ends_as_a_document_wherever_paper_fails) {
     Route whole;
     whole.run();
     const int prints = static_cast<int>(whole.printer->texts.size());
-    for (int at = 1; at <= prints; ++at) {
+    for (int at = 0; at <= prints; ++at) {
         Route route;
+        route.no_state = at == 0; // the base gives no state to read in
         route.printer->fail_at_print = at;
         route.run();
         ASSERT_EQ(route.printer->documents_ended, 1) << "print " << at;

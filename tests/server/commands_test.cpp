@@ -4,6 +4,7 @@
 #include "data/keys.h"
 #include "data/variable.h"
 #include "drafts/merged_pass.h"
+#include "host/printers.h"
 #include "importers/made_up_base.h"
 #include "launch/server_edition.h"
 #include "ledger/edition.h"
@@ -277,11 +278,17 @@ TEST_F(CommandsTest, the_list_is_the_text_that_the_control_prints) {
         for (std::string line; std::getline(lines, line);)
             ASSERT_LE(char_count(line), 133U) << line; // a form feed takes no column
     }
-    EXPECT_EQ(failures_.texts, std::vector<std::string>());
-    // A line longer than the paper loses its blanks and nothing else.
-    put(files::ASSOCIATION, "001", {std::string(300, 'W') + std::string(200, ' ')});
+    // Drafts alone, on a line longer than the paper.
+    put(files::ASSOCIATION, "001", {std::string(300, 'W')});
+    selection.entity_name = std::string(300, 'W');
+    put(files::TEMPO, "BALANCEGENEJEAN", {"|"});
     ASSERT_EQ(run(edition_command_line(selection, "JEAN")), 0);
-    EXPECT_NE(bytes_of(folder_ / "liste.txt").find(std::string(300, 'W') + "\n"), std::string::npos);
+    EXPECT_EQ(bytes_of(folder_ / "liste.txt"), expected_text(selection, DynArray(), drafts));
+    EXPECT_NE(bytes_of(folder_ / "liste.txt").find(selection.entity_name + "\n"), std::string::npos);
+    selection.as_list = false;
+    ASSERT_EQ(run(edition_command_line(selection, "JEAN")), 0);
+    EXPECT_EQ(get(files::TEMPO, "CORVALISSEMENT")(1), "GL001-JEAN-1.pdf");
+    EXPECT_EQ(failures_.texts, std::vector<std::string>());
 }
 
 TEST_F(CommandsTest, an_edition_that_cannot_be_made_fails_and_leaves_nothing) {
@@ -296,18 +303,34 @@ TEST_F(CommandsTest, an_edition_that_cannot_be_made_fails_and_leaves_nothing) {
     EXPECT_EQ(run(list), ERR_COMMAND); // nothing to print
     put(files::TEMPO, "BALANCEGENEJEAN", {joined_keys(select(files::BALANCEGENE))});
     EXPECT_EQ(run(drafts), ERR_COMMAND); // no draft keys
-    const std::string base = folder_ / "base.db";
+    const ScratchFolder elsewhere;
+    std::filesystem::create_directory_symlink(elsewhere.path(), folder_ / "dehors");
+    std::filesystem::create_symlink(elsewhere / "x.txt", folder_ / "mort.txt");
+    std::filesystem::create_symlink("liste.txt", folder_ / "lien.txt");
+    put_bytes(folder_ / "autre.txt", "SQLite format 3\0...");
+    const std::string nul("x.txt\0/../../x.txt", 18);
     for (const std::string& target :
-         {std::string("../x"), std::string("a/../../x"), std::string(""), std::string("."), std::string(".."),
-          std::string("base.db"), base + "-wal", std::string("cups:"), std::string("cups:-o x"),
+         {std::string("../x.txt"), std::string("a/../../x.txt"), std::string(""), std::string("."),
+          std::string(".."), std::string("sous/"), elsewhere / "x.txt", std::string("dehors/x.txt"),
+          std::string("mort.txt"), nul, std::string("autre.txt"), std::string("base.db"),
+          folder_ / "base.db-wal", std::string("cups:"), std::string("cups:-o x"),
           std::string("absent/liste.txt")}) {
         put(files::IMPRIMANTES, "LPT1:", {target});
         EXPECT_EQ(run(list), ERR_OUTPUT) << target;
+        // What the control itself prints goes nowhere else; its file is opened with the first page.
+        const PrinterEntry printer = printers_of_base(store(), folder_ / "base.db").front();
+        EXPECT_EQ(error_of([&] { static_cast<void>(open_printer(printer, "")); }),
+                  target.empty() || target == "absent/liste.txt" ? 0 : ERR_OUTPUT)
+            << target;
     }
-    EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
-    put(files::IMPRIMANTES, "LPT1:", {"sous/../liste.txt"});
-    EXPECT_EQ(run(list), 0);
-    EXPECT_NE(bytes_of(folder_ / "liste.txt"), "");
+    EXPECT_TRUE(std::filesystem::is_empty(elsewhere.path()));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 4);
+    for (const std::string& target : {std::string("sous/../liste.txt"), folder_ / "lien.txt"}) {
+        put(files::IMPRIMANTES, "LPT1:", {target});
+        put_bytes(folder_ / "liste.txt", "");
+        EXPECT_EQ(run(list), 0) << target;
+        EXPECT_NE(bytes_of(folder_ / "liste.txt"), "");
+    }
     auto other = session();
     ASSERT_EQ(run(*other, "AFFECTCOMPTATEMPO 001VEN09"), 0);
     put(files::TEMPO, "BALANCEGENETEMPOJEAN", {"|"});
@@ -335,6 +358,11 @@ TEST_F(CommandsTest, a_graphic_file_has_a_name_of_its_own_that_cannot_lead_out_o
     std::filesystem::remove_all(made);
     put_bytes(made.string(), "un fichier");
     EXPECT_EQ(run("CORVALISSEMENT JEAN" + options), ERR_OUTPUT);
+    std::filesystem::remove(made);
+    const ScratchFolder elsewhere;
+    std::filesystem::create_directory_symlink(elsewhere.path(), made);
+    EXPECT_EQ(run("CORVALISSEMENT JEAN" + options), ERR_OUTPUT);
+    EXPECT_TRUE(std::filesystem::is_empty(elsewhere.path()));
     ServerSession memory(make_memory_store(base_), make_server_commands({"",
                                                                          [] {
                                                                              return CivilDate{2024, 5, 6};
@@ -346,7 +374,7 @@ TEST_F(CommandsTest, a_graphic_file_has_a_name_of_its_own_that_cannot_lead_out_o
 TEST_F(CommandsTest, a_queue_gets_the_file_through_lp_and_its_refusal_is_told) {
     make_up_base(store(), {.lines = 60, .accounts = 20, .seed = 3, .drafts = 0}, {});
     put_bytes(folder_ / "lp", "#!/bin/sh\n[ \"$2\" = refus ] && { echo 'file arretee' >&2; exit 1; }\n"
-                              "[ \"$2\" = muet ] && exec cat \"$(dirname \"$0\")/tube\"\n"
+                              "[ \"$2\" = muet ] && exec cat \"$(dirname \"$0\")/tube\" >/dev/null 2>&1\n"
                               "cat >\"$(dirname \"$0\")/recu-$2\"\n");
     ::chmod((folder_ / "lp").c_str(), 0700);
     const std::string path = std::getenv("PATH");

@@ -26,9 +26,9 @@ std::string play(const ScriptTrial& trial) {
     settings.user = "Dupuis";
     settings.computer = "POSTE7";
     settings.today = TEST_TODAY;
-    settings.printers = {{"Laser", "IP_1", "papier.jsonl", ""},
-                         {"Epson Matricielle", "LAQUE", "", ""},
-                         {"MATRIC2", "LPT1", "", ""}};
+    settings.printers = {{"Laser", "IP_1", "papier.jsonl"},
+                         {"Epson Matricielle", "LAQUE", "epson.prn"},
+                         {"MATRIC2", "LPT1", ""}};
     settings.output_folder = folder.path();
 
     RecordedFailures server_failures;

@@ -23,9 +23,10 @@ public:
         return choice;
     }
     [[nodiscard]] std::shared_ptr<PrintSurface> printer(int index) override {
-        return index >= 0 && index < static_cast<int>(printers.size())
-                   ? printers[static_cast<std::size_t>(index)]
-                   : nullptr;
+        if (index < 0 || index >= static_cast<int>(printers.size())) return nullptr;
+        const auto& chosen = printers[static_cast<std::size_t>(index)];
+        if (!chosen) throw StepFailure(ERR_OUTPUT, "ne s'ouvre pas", "imprimante");
+        return chosen;
     }
     [[nodiscard]] std::shared_ptr<PrintSurface> default_printer() override { return in_force; }
     void set_pointer(int pointer) override { pointers.push_back(pointer); }
