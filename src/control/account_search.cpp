@@ -137,13 +137,19 @@ void AccountSearch::take_account(std::size_t i) {
 void AccountSearch::search_by_number() {
     {
         BusyBracket busy(view_);
-        found_ = DynArray();
-        skip(view_.host().skipped_failures(), search_name_, [&] {
-            const YearFile year = year_file(fields_.year.text());
-            std::string query = key_condition(year, fields_.entity.text(), fields_.number.text());
+        SkippedFailures& place = view_.host().skipped_failures();
+        const YearFile year = year_file(fields_.year.text());
+        std::string query;
+        const int refused = skip(place, search_name_, [&] {
+            query = key_condition(year, fields_.entity.text(), fields_.number.text());
             if (year.next_year) query += " PAR 0";
-            select(query);
         });
+        // A number that no query can hold finds nothing. A query that fails on the server leaves the list of
+        // the search before, and what follows goes by that list.
+        if (refused != 0)
+            found_ = DynArray();
+        else
+            skip(place, search_name_, [&] { select(query); });
         busy.end_now();
     }
     if (found_.text().empty()) {

@@ -25,18 +25,20 @@ public:
     [[nodiscard]] virtual std::shared_ptr<UserRight> DroitSur(std::string_view key) = 0;
 };
 
-// Shows help pages. The client and the session are kept for the page that wants them.
+// Shows help pages. The client and the session are kept for the page that wants them. This object outlives
+// every control of the process, and a session frees its locks when it goes: so the session is kept for as
+// long as its control has it, and no longer.
 class AideObject {
 public:
     void AideClient(std::shared_ptr<TarvexClient> client) { client_ = std::move(client); }
-    void AideBase(std::shared_ptr<TarvexSession> session) { session_ = std::move(session); }
+    void AideBase(const std::shared_ptr<TarvexSession>& session) { session_ = session; }
     void AidePage(HostServices& host, std::string_view page, std::string_view kind, std::string_view title) {
         host.show_help(page, kind, title);
     }
 
 private:
     std::shared_ptr<TarvexClient> client_;
-    std::shared_ptr<TarvexSession> session_;
+    std::weak_ptr<TarvexSession> session_;
 };
 
 } // namespace corvalissement

@@ -2,6 +2,7 @@
 #include "control/ctr_corvalissement.h"
 #include "data/keys.h"
 #include "server/session.h"
+#include "support/faulty_session.h"
 #include "support/test_host.h"
 
 #include <gtest/gtest.h>
@@ -17,28 +18,6 @@ public:
     }
     [[nodiscard]] std::int32_t Niveau() const override { return LEVEL_EDITION; }
     std::string asked;
-};
-
-// Opens files until one fails.
-class FailingSession final : public TarvexSession {
-public:
-    explicit FailingSession(std::string failing)
-        : failing_(std::move(failing)), inner_(make_memory_store()) {}
-    [[nodiscard]] std::shared_ptr<TarvexFile> DBOpen(std::string_view name) override {
-        opened += std::string(name) + " ";
-        if (name == failing_) throw StepFailure(ERR_STORE, "fichier illisible", std::string(name));
-        return inner_.DBOpen(name);
-    }
-    [[nodiscard]] DynArray DBSelect(std::string_view request, std::string_view unused,
-                                    std::string& work) override {
-        return inner_.DBSelect(request, unused, work);
-    }
-    void DBExecute(std::string_view, std::string_view, std::string&) override {}
-    std::string opened;
-
-private:
-    std::string failing_;
-    ServerSession inner_;
 };
 
 TEST(LifeCycle, rights_are_asked_when_set_and_missed_at_Init) {
@@ -58,10 +37,14 @@ TEST(LifeCycle, file_that_cannot_be_opened_reaches_the_host) {
     TestHost host;
     Ctr_Corvalissement control(host);
     control.set_DroitsUtilisateur(std::make_shared<Level2>());
-    const auto session = std::make_shared<FailingSession>("BROUILLARDTETE");
-    control.set_TheDatabase(session);
+    std::string opened;
+    control.set_TheDatabase(
+        watched_session(std::make_shared<ServerSession>(make_memory_store()), [&](const std::string& call) {
+            opened += call.substr(call.find(' ') + 1) + " ";
+            if (call == "DBOpen BROUILLARDTETE") throw StepFailure(ERR_STORE, "fichier illisible");
+        }));
     EXPECT_EQ(error_of([&] { control.Init(); }), ERR_STORE);
-    EXPECT_EQ(session->opened, "ASSOCIATION BALANCEGENE BALANCEGENEARCHIVE BALANCEGENETEMPO BROUILLARDTETE ");
+    EXPECT_EQ(opened, "ASSOCIATION BALANCEGENE BALANCEGENEARCHIVE BALANCEGENETEMPO BROUILLARDTETE ");
     EXPECT_TRUE(Variable::Files.F_BALANCEGENETEMPO && !Variable::Files.F_JOURNAL);
     control.UserControl_Terminate();
 }
@@ -70,15 +53,16 @@ TEST(LifeCycle, end_releases_rights_files_and_session_but_not_the_client) {
     TestHost host;
     Ctr_Corvalissement control(host);
     auto rights = std::make_shared<Level2>();
-    auto session = std::make_shared<FailingSession>("");
+    auto session = std::make_shared<ServerSession>(make_memory_store());
     const std::weak_ptr<Level2> rights_held = rights;
-    const std::weak_ptr<FailingSession> session_held = session;
+    const std::weak_ptr<ServerSession> session_held = session;
     control.set_DroitsUtilisateur(std::move(rights));
     control.set_TheClient(std::make_shared<TarvexClient>());
     control.set_TheDatabase(std::move(session));
     control.Init();
     EXPECT_EQ(control.focus(), control.find("Txt_Entite"));
     EXPECT_EQ(control.W_Sortir, 0);
+    control.find("Mnu_Sommaire")->Click(); // the help object outlives the control
     control.UserControl_Terminate();
     EXPECT_TRUE(rights_held.expired() && session_held.expired());
     EXPECT_FALSE(Variable::Files.F_ASSOCIATION || Variable::Files.F_TEMPO);

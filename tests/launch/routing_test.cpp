@@ -2,6 +2,7 @@
 #include "data/variable.h"
 #include "launch/routing.h"
 #include "server/session.h"
+#include "support/faulty_session.h"
 #include "support/small_base.h"
 #include "support/test_host.h"
 
@@ -25,21 +26,11 @@ private:
     std::string answer_;
 };
 
-class NoState final : public TarvexSession {
-public:
-    explicit NoState(TarvexSession& inner) : inner_(inner) {}
-    std::shared_ptr<TarvexFile> DBOpen(std::string_view file) override { return inner_.DBOpen(file); }
-    DynArray DBSelect(std::string_view request, std::string_view text, std::string& work) override {
-        return inner_.DBSelect(request, text, work);
-    }
-    void DBExecute(std::string_view request, std::string_view text, std::string& work) override {
-        inner_.DBExecute(request, text, work);
-    }
-    void begin_reading() override { throw StepFailure(ERR_STORE, "base abîmée"); }
-    void end_reading() override { ADD_FAILURE() << "never begun"; }
-
-private:
-    TarvexSession& inner_;
+struct Bar final : ProgressSink {
+    void show_progress(bool visible) override { told += visible ? "vue " : "cachée "; }
+    bool set_progress_max(long max) override { return told += "jusqu'à " + std::to_string(max) + " ", true; }
+    bool set_progress(long value) override { return told += std::to_string(value) + " ", true; }
+    std::string told;
 };
 
 struct Route {
@@ -53,19 +44,23 @@ struct Route {
     PrintState state;
     std::string written; // what stands in TEMPO for the user
     bool no_state = false;
+    Bar bar;
+    std::vector<TestEntry> entries = {{45292, "001VEN000001", "0014010000000", "", "", "5", "", "", "", ""}};
 
     void run(const std::string& answer = "OK") {
         TestLedger ledger;
         ledger.chart["0014010000000"] = "Un";
-        ledger.ledger = {{"N00014010000000",
-                          "1",
-                          {{45292, "001VEN000001", "0014010000000", "", "", "5", "", "", "", ""}}}};
+        ledger.ledger = {{"N00014010000000", "1", entries}};
         auto store = make_memory_store();
         put(*store, ledger);
         commands = std::make_shared<CommandLog>(answer);
-        ServerSession session(std::move(store), commands);
+        const auto session = watched_session(std::make_shared<ServerSession>(std::move(store), commands),
+                                             [this](const std::string& call) {
+                                                 if (no_state && call == "begin_reading")
+                                                     throw StepFailure(ERR_STORE, "base abîmée");
+                                             });
         LedgerFiles files;
-        files.open(session);
+        files.open(*session);
         selection.entity = "001";
         selection.exercice = "N";
         selection.start_date = "01/01/2024";
@@ -73,15 +68,10 @@ struct Route {
         host.printers = {printer};
         const DynArray drafts;
         UtilObject util(host);
-        NoProgress progress;
-        NoState stateless(session);
-        TarvexSession& served = no_state ? static_cast<TarvexSession&>(stateless) : session;
-        PrintRun print{selection, keys, drafts, files, served, view, util, state, progress, target};
+        PrintRun print{selection, keys, drafts, files, *session, view, util, state, bar, target};
         Imprime(print);
-        DynArray record;
-        static_cast<void>(
-            session.store().read(session.store().file("TEMPO"), "BALANCEGENEDUPUIS", record.buffer()));
-        record.changed();
+        TarvexRecord record;
+        static_cast<void>(error_of([&] { files.F_TEMPO->DBRead("BALANCEGENEDUPUIS", record); }));
         written = record(1);
     }
 };
@@ -96,7 +86,18 @@ TEST(Routing, page_printer_is_driven_by_the_control) {
     EXPECT_EQ(route.printer->documents_ended, 1);
     EXPECT_EQ(route.target, "");
     EXPECT_EQ(route.host.pointers, (std::vector{POINTER_HOURGLASS, POINTER_NORMAL}));
+    EXPECT_EQ(route.bar.told, "vue 0 jusqu'à 1 1 cachée ");
     EXPECT_TRUE(route.commands->lines.empty());
+}
+
+TEST(Routing, bar_s_total_is_a_16_bit_number_that_a_key_may_not_pass) {
+    Route route;
+    route.entries.front().day = 1; // outside the dates, so that the pass only counts
+    route.entries.resize(20'000, route.entries.front());
+    route.keys = DynArray(std::string("N00014010000000\xFEN00014010000000"));
+    route.run();
+    EXPECT_TRUE(route.bar.told.starts_with("vue 0 jusqu'à 20000 1 ")) << route.bar.told.substr(0, 40);
+    EXPECT_TRUE(route.bar.told.ends_with(" 40000 cachée "));
 }
 
 TEST(Routing, nothing_is_asked_for_no_key_and_nothing_printed_when_given_up) {

@@ -4,6 +4,7 @@
 #include "importers/raw_records.h"
 #include "server/commands.h"
 #include "server/session.h"
+#include "support/faulty_session.h"
 #include "support/recording.h"
 #include "support/scratch.h"
 #include "support/small_base.h"
@@ -12,6 +13,24 @@
 #include <sstream>
 
 namespace corvalissement::testing_support {
+
+namespace {
+
+constexpr std::string_view FAULT_MARK = "#panne ";
+
+// Fails each call that holds the text of one of the script's faults.
+CallWatch faults_of(const std::string& script) {
+    std::vector<std::string> faults;
+    std::istringstream lines(script);
+    for (std::string line; std::getline(lines, line);)
+        if (line.starts_with(FAULT_MARK)) faults.push_back(line.substr(FAULT_MARK.size()));
+    return [faults = std::move(faults)](const std::string& call) {
+        for (const std::string& fault : faults)
+            if (call.find(fault) != std::string::npos) throw StepFailure(ERR_STORE, "panne", fault);
+    };
+}
+
+} // namespace
 
 std::string play(const ScriptTrial& trial) {
     const Scratch folder;
@@ -23,7 +42,7 @@ std::string play(const ScriptTrial& trial) {
     }
     HostSettings settings;
     settings.level = trial.level;
-    settings.user = "Dupuis";
+    settings.user = trial.user;
     settings.computer = "POSTE7";
     settings.today = TEST_TODAY;
     settings.printers = {{"Laser", "IP_1", "papier.jsonl"},
@@ -41,9 +60,12 @@ std::string play(const ScriptTrial& trial) {
     {
         ScriptedHost host(settings, script, events,
                           [&] { return open_embedded_store(path, OpenMode::must_exist); });
-        host.run(std::make_shared<ServerSession>(std::move(store), make_server_commands(std::move(server))));
+        host.run(watched_session(
+            std::make_shared<ServerSession>(std::move(store), make_server_commands(std::move(server))),
+            faults_of(trial.script)));
         for (const auto& [routine, failure] : host.failures())
             events << "# " << routine << " " << failure.number() << " " << failure.record() << "\n";
+        if (!host.unloaded() && host.control()->W_Sortir != 0) events << "# W_Sortir\n";
     }
     for (const Skipped& skipped : server_failures.list)
         events << "# serveur " << skipped.routine << " " << skipped.number << "\n";
