@@ -43,9 +43,9 @@ public:
         : ForwardingSurface(make_pdf_surface(file->path(), printer.name, printer.port)),
           queue_(std::move(queue)), file_(std::move(file)) {}
     void set_Copies(int copies) override { copies_ = copies; }
-    void describe(std::string_view title, std::string_view author) override {
+    void describe(std::string_view title, std::string_view author, const CivilDate& day) override {
         title_ = title;
-        ForwardingSurface::describe(title, author);
+        ForwardingSurface::describe(title, author, day);
     }
     void EndDoc() override {
         ForwardingSurface::EndDoc();

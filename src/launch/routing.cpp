@@ -71,7 +71,7 @@ private:
         step([&] {
             surface_->describe("Grand livre général - " + run_.selection.entity_name + " - du " +
                                    run_.selection.start_date + " au " + run_.selection.end_date,
-                               run_.selection.entity_name);
+                               run_.selection.entity_name, host_.today());
         });
     }
 

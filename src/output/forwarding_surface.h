@@ -32,8 +32,8 @@ public:
     void NewPage() override { inner_->NewPage(); }
     void EndDoc() override { inner_->EndDoc(); }
     [[nodiscard]] long page_count() const override { return inner_->page_count(); }
-    void describe(std::string_view title, std::string_view author) override {
-        inner_->describe(title, author);
+    void describe(std::string_view title, std::string_view author, const CivilDate& day) override {
+        inner_->describe(title, author, day);
     }
     void mark_account(std::string_view number, std::string_view label) override {
         inner_->mark_account(number, label);

@@ -3,6 +3,7 @@
 
 #include "output/pdf_document.h"
 
+#include "output/pdf_page.h"
 #include "platform/failures.h"
 #include "platform/text.h"
 
@@ -26,7 +27,6 @@ using Handle = QPDFObjectHandle;
 
 constexpr std::size_t KIDS_A_NODE = 100;
 constexpr int FONT_LEVEL = 9;
-constexpr const char* PRODUCER = "Corvalissement 1.0";
 
 // The writer's way out. It must not throw, because the library calls it from destructors too; the file
 // keeps the failure.
@@ -154,7 +154,8 @@ Handle resources(QPDF& pdf, const PdfDocument& document) {
     return Handle::newDictionary({{"/Font", fonts}});
 }
 
-std::vector<Handle> make_pages(QPDF& pdf, PageSpool& spool) {
+// Every page names its resources itself, as archives ask, and all share one dictionary.
+std::vector<Handle> make_pages(QPDF& pdf, PageSpool& spool, const Handle& resources) {
     const auto contents = std::make_shared<PageContents>(spool);
     std::vector<Handle> streams;
     streams.reserve(spool.size());
@@ -168,7 +169,8 @@ std::vector<Handle> make_pages(QPDF& pdf, PageSpool& spool) {
     // Names are the same on every page: sharing them keeps a page small in memory.
     const Handle type = name("/Page");
     for (Handle& page : streams)
-        page = pdf.makeIndirectObject(Handle::newDictionary({{"/Type", type}, {"/Contents", page}}));
+        page = pdf.makeIndirectObject(
+            Handle::newDictionary({{"/Type", type}, {"/Contents", page}, {"/Resources", resources}}));
     return streams;
 }
 
@@ -232,32 +234,23 @@ Handle outline(QPDF& pdf, const PdfDocument& document, const std::vector<Handle>
 }
 
 void fill_catalog(QPDF& pdf, const PdfDocument& document, PageSpool& spool) {
-    const std::vector<Handle> pages = make_pages(pdf, spool);
+    const std::vector<Handle> pages =
+        make_pages(pdf, spool, pdf.makeIndirectObject(resources(pdf, document)));
     Handle tree = page_tree(pdf, pages);
     tree.replaceKey("/MediaBox", Handle::newArray(std::vector<Handle>{
                                      Handle::newInteger(0), Handle::newInteger(0),
                                      hundredths(document.paper.width), hundredths(document.paper.height)}));
-    tree.replaceKey("/Resources", resources(pdf, document));
     Handle catalog = pdf.getRoot();
     catalog.replaceKey("/Pages", tree);
     catalog.replaceKey("/Lang", Handle::newString("fr-FR"));
     catalog.replaceKey("/PageLabels", Handle::parse("<</Nums [0 <</S /D>>]>>"));
     Handle preferences = Handle::newDictionary();
-    if (!document.title.empty()) preferences.replaceKey("/DisplayDocTitle", Handle::newBool(true));
+    if (!document.metadata.title.empty()) preferences.replaceKey("/DisplayDocTitle", Handle::newBool(true));
     if (document.copies > 1) preferences.replaceKey("/NumCopies", Handle::newInteger(document.copies));
     catalog.replaceKey("/ViewerPreferences", preferences);
     if (document.bookmarks.empty()) return;
     catalog.replaceKey("/Outlines", outline(pdf, document, pages));
     catalog.replaceKey("/PageMode", name("/UseOutlines"));
-}
-
-void fill_information(QPDF& pdf, const PdfDocument& document) {
-    Handle information = Handle::newDictionary({{"/Producer", Handle::newString(PRODUCER)}});
-    if (!document.title.empty())
-        information.replaceKey("/Title", Handle::newUnicodeString(sanitize(document.title)));
-    if (!document.author.empty())
-        information.replaceKey("/Author", Handle::newUnicodeString(sanitize(document.author)));
-    pdf.getTrailer().replaceKey("/Info", pdf.makeIndirectObject(information));
 }
 
 void run_writer(QPDF& pdf, OutputFile& file) {
@@ -267,6 +260,7 @@ void run_writer(QPDF& pdf, OutputFile& file) {
     writer.setMinimumPDFVersion("1.7");
     writer.setStreamDataMode(qpdf_s_preserve); // the streams come compressed
     writer.setObjectStreamMode(qpdf_o_disable);
+    writer.setNewlineBeforeEndstream(true); // as archives ask
     writer.setDeterministicID(true);
     writer.write();
 }
@@ -280,7 +274,7 @@ void write_pdf(const PdfDocument& document, PageSpool& pages, OutputFile& file) 
         QPDF pdf;
         pdf.emptyPDF();
         fill_catalog(pdf, document, pages);
-        fill_information(pdf, document);
+        add_metadata(pdf, document.metadata);
         run_writer(pdf, file);
     } catch (const StepFailure&) {
         throw;

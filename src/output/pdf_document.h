@@ -1,11 +1,13 @@
 // Puts a PDF document together: page tree, fonts, outline, catalog, around the contents that wait in the
-// spool. The bytes follow from what is given alone: no clock, no file name, no chance.
+// spool. What comes out is PDF/A-2u. The bytes follow from what is given alone: no clock, no file name, no
+// chance.
 #pragma once
 
 #include "output/output_file.h"
 #include "output/page_spool.h"
+#include "output/paper.h"
 #include "output/pdf_font.h"
-#include "output/pdf_page.h"
+#include "output/pdf_metadata.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -25,8 +27,7 @@ struct PdfBookmark {
 struct PdfDocument {
     PaperSize paper;
     int copies = 1;
-    std::string title;  // "" when it has none
-    std::string author; // "" when it has none
+    PdfMetadata metadata;
     std::vector<PdfBookmark> bookmarks;
     const PdfFont* regular; // not owned
     const PdfFont* bold;    // not owned

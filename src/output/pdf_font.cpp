@@ -1,5 +1,6 @@
 #include "output/pdf_font.h"
 
+#include "output/cells.h"
 #include "output/output_file.h"
 #include "platform/failures.h"
 
@@ -23,6 +24,7 @@ namespace {
 constexpr std::size_t CODES = 0x10000;
 constexpr std::size_t FIRST_ASCII = 0x20;
 constexpr std::size_t LAST_ASCII = 0x7E;
+constexpr std::size_t WHITE_SQUARE = 0x25A1;
 constexpr const char* FOLDER_VARIABLE = "CORVALISSEMENT_POLICES";
 constexpr std::array USUAL_FOLDERS{
     "/usr/share/fonts/truetype/liberation", "/usr/share/fonts/truetype/liberation2",
@@ -149,6 +151,11 @@ void PdfFont::read_glyphs(hb_font_t* font) {
     if (std::any_of(glyphs_.begin() + FIRST_ASCII, glyphs_.begin() + LAST_ASCII + 1,
                     [](auto glyph) { return glyph == 0; }))
         fail(file_, "cette police n'a pas des caractères de largeur fixe 600/1000");
+    // A face that lacks the substitute shows an empty square for it, or a question mark; glyph 0, the box of
+    // what a font does not know, has no place in an archive.
+    std::uint16_t& substitute = glyphs_[SUBSTITUTE];
+    if (substitute == 0) substitute = glyphs_[WHITE_SQUARE];
+    if (substitute == 0) substitute = glyphs_['?'];
 }
 
 void PdfFont::read_measures(hb_font_t* font) {
@@ -170,7 +177,6 @@ EmbeddedFont PdfFont::embedded() const {
     for (std::size_t code = 0; code < CODES; ++code) {
         const bool by_ascii = ascii_used_ && code >= FIRST_ASCII && code <= LAST_ASCII;
         if (used_[code] == 0 && !by_ascii) continue;
-        // A face without U+FFFD shows it, and all that it stands for, by the box of glyph 0.
         const std::uint16_t glyph = glyphs_[code];
         glyphs.push_back(glyph);
         result.codes.push_back(static_cast<std::uint16_t>(code));

@@ -8,6 +8,8 @@
 // Measures are in em (1.0 is the type size), upwards from the base line.
 #pragma once
 
+#include "output/cells.h"
+
 #include <array>
 #include <cstdint>
 #include <string>
@@ -35,11 +37,11 @@ public:
     // without printable ASCII in characters 600/1000 wide.
     explicit PdfFont(std::string file);
 
-    // The code that shows `character`, noted as used: its own, or that of U+FFFD when the face lacks it.
+    // The code that shows `character`, noted as used: its own, or that of SUBSTITUTE when the face lacks it.
     // REQUIRES the result of cell_of.
     std::uint16_t use(char32_t character) noexcept {
         const bool has = character <= 0xFFFFU && glyphs_[character] != 0;
-        const auto code = static_cast<std::uint16_t>(has ? character : 0xFFFDU);
+        const auto code = static_cast<std::uint16_t>(has ? character : SUBSTITUTE);
         used_[code] = 1;
         return code;
     }

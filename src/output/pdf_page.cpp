@@ -15,10 +15,12 @@ namespace corvalissement {
 namespace {
 
 constexpr double UNITS_PER_POINT = 20.0;
-constexpr std::int64_t A4_SHORT = 59528;
-constexpr std::int64_t A4_LONG = 84189;
 
 std::int64_t hundredths(double units) { return std::llround(units * HUNDREDTHS_PER_UNIT); }
+std::int64_t from_left(double x) { return hundredths(SHEET_LEFT + x); }
+std::int64_t from_bottom(const PaperSize& paper, double y) {
+    return paper.height - hundredths(SHEET_TOP + y);
+}
 
 void append_pair(std::string& out, std::int64_t x, std::int64_t y) {
     append_hundredths(out, x);
@@ -51,10 +53,6 @@ char* put_literal(char* out, unsigned char byte) noexcept {
 
 } // namespace
 
-PaperSize a4(int orientation) noexcept {
-    return orientation == LANDSCAPE ? PaperSize{A4_LONG, A4_SHORT} : PaperSize{A4_SHORT, A4_LONG};
-}
-
 void append_hundredths(std::string& out, std::int64_t hundredths) {
     char digits[24];
     if (hundredths < 0) {
@@ -72,7 +70,7 @@ void append_hundredths(std::string& out, std::int64_t hundredths) {
 void PdfPage::text(const PaperSize& paper, double x, double y, std::string_view text, const Style& style) {
     PdfFont& face = *faces_[style.bold ? 1 : 0];
     const double cell = CHAR_UNITS_PER_POINT * style.points;
-    const double base_line = y + face.ascent() * style.points * UNITS_PER_POINT;
+    const double base_line = y + BASE_LINE_UNITS_PER_POINT * style.points;
     if (style.underline) {
         const double em = style.points * UNITS_PER_POINT;
         const double middle = base_line - face.underline_middle() * em;
@@ -82,7 +80,7 @@ void PdfPage::text(const PaperSize& paper, double x, double y, std::string_view 
     const std::size_t leading = text.find_first_not_of(' ');
     if (leading == std::string_view::npos) return;
     select(style);
-    move_to(hundredths(x + cell * static_cast<double>(leading)), paper.height - hundredths(base_line));
+    move_to(from_left(x + cell * static_cast<double>(leading)), from_bottom(paper, base_line));
     show(face, text.substr(leading, text.find_last_not_of(' ') + 1 - leading));
 }
 
@@ -135,9 +133,9 @@ void PdfPage::rule(const PaperSize& paper, double x1, double y1, double x2, doub
         append_hundredths(rules_, pen);
         rules_ += " w\n";
     }
-    append_pair(rules_, hundredths(x1), paper.height - hundredths(y1));
+    append_pair(rules_, from_left(x1), from_bottom(paper, y1));
     rules_ += " m ";
-    append_pair(rules_, hundredths(x2), paper.height - hundredths(y2));
+    append_pair(rules_, from_left(x2), from_bottom(paper, y2));
     rules_ += " l\n";
     open_path_ = true;
 }

@@ -1,7 +1,8 @@
 // The content of one PDF page while it is being printed. Positions come in units of 1/1440 inch from the
-// top left corner and are written in hundredths of a point from the bottom left one.
+// print surface's origin and are written in hundredths of a point from the sheet's bottom left corner.
 #pragma once
 
+#include "output/paper.h"
 #include "output/pdf_font.h"
 
 #include <cstdint>
@@ -9,16 +10,6 @@
 #include <string_view>
 
 namespace corvalissement {
-
-inline constexpr double HUNDREDTHS_PER_UNIT = 5.0; // a unit is a twentieth of a point
-
-// The sheet, in hundredths of a point.
-struct PaperSize {
-    std::int64_t width;
-    std::int64_t height;
-};
-
-[[nodiscard]] PaperSize a4(int orientation) noexcept;
 
 // A number of hundredths as PDF writes it: "12.5", "-0.05", "3".
 void append_hundredths(std::string& out, std::int64_t hundredths);

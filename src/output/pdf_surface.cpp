@@ -30,15 +30,15 @@ public:
         : GridSurface(std::move(path), std::move(device_name), std::move(port)),
           regular_(find_font("LiberationMono-Regular")), bold_(find_font("LiberationMono-Bold")) {}
 
-    void describe(std::string_view title, std::string_view author) override {
-        title_ = title;
-        author_ = author;
+    void describe(std::string_view title, std::string_view author, const CivilDate& day) override {
+        metadata_ = {std::string(title), std::string(author), day};
     }
 
     void mark_account(std::string_view number, std::string_view label) override {
         std::string title = sanitize(trim_blanks(number));
         if (!trim_blanks(label).empty()) title += "  " + sanitize(trim_blanks(label));
-        const std::int64_t y = a4(orientation()).height - std::llround(CurrentY() * HUNDREDTHS_PER_UNIT);
+        const std::int64_t y =
+            a4(orientation()).height - std::llround((SHEET_TOP + CurrentY()) * HUNDREDTHS_PER_UNIT);
         const long page = std::max(1L, page_count());
         bookmarks_.push_back({std::move(title), static_cast<std::size_t>(page - 1), y});
     }
@@ -70,7 +70,7 @@ private:
 
     void end_document() override {
         pages_->finish();
-        PdfDocument document{paper_, copies(), title_, author_, std::move(bookmarks_), &regular_, &bold_};
+        const PdfDocument document{paper_, copies(), metadata_, std::move(bookmarks_), &regular_, &bold_};
         write_pdf(document, *pages_, file());
     }
 
@@ -80,8 +80,7 @@ private:
     PaperSize paper_{};
     std::unique_ptr<PageSpool> pages_;
     std::vector<PdfBookmark> bookmarks_;
-    std::string title_;
-    std::string author_;
+    PdfMetadata metadata_;
 };
 
 } // namespace

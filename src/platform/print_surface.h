@@ -1,11 +1,13 @@
 // The abstract printer on which an edition is laid out.
 //
-// Units are 1/1440 inch; x grows to the right from the left edge of the paper, y downwards from its top
-// edge. On every surface of this project a character is 12 units wide per point of type size and a line
+// Units are 1/1440 inch; x grows to the right, y downwards, from an origin that the surface places on its
+// sheet. On every surface of this project a character is 12 units wide per point of type size and a line
 // 22.113 units high per point. A surface streams: what stands on a page that has ended is no longer held.
 //
 // Failures: the operations that put ink on paper may throw StepFailure (ERR_OUTPUT). Not thread-safe.
 #pragma once
+
+#include "platform/calendar.h"
 
 #include <string>
 #include <string_view>
@@ -60,10 +62,12 @@ public:
     // Number of pages printed so far, the current one included; 0 before anything was printed.
     [[nodiscard]] virtual long page_count() const = 0;
 
-    // Told by the routing before the first page: what the document is called and whose ledger it is.
-    virtual void describe(std::string_view title, std::string_view author) {
+    // Told by the routing before the first page: what the document is called, whose ledger it is, and the day
+    // of the edition.
+    virtual void describe(std::string_view title, std::string_view author, const CivilDate& day) {
         static_cast<void>(title);
         static_cast<void>(author);
+        static_cast<void>(day);
     }
 
     // Told by the ledger at each account title (not at its continuations): `number` and `label` of the

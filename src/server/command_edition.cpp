@@ -186,7 +186,7 @@ private:
         surface.set_Orientation(LANDSCAPE);
         surface.describe("Grand livre général - " + selection().entity_name + " - du " +
                              selection().start_date + " au " + selection().end_date,
-                         selection().entity_name);
+                         selection().entity_name, settings_.today());
         PrintState state;
         state.reset_for_request();
         state.W_Cm = UNITS_PER_CM;

@@ -1,5 +1,6 @@
 #include "window/page_view.h"
 
+#include "output/paper.h"
 #include "platform/failures.h"
 #include "platform/text.h"
 #include "window/qt_text.h"
@@ -19,7 +20,6 @@ namespace {
 
 constexpr double UNITS_PER_POINT = 20.0;
 constexpr double UNITS_PER_INCH = 1440.0;
-constexpr double PRINT_MARGIN_MM = 5.0;
 constexpr double UNITS_PER_PEN_DOT = 1440.0 / 300.0;
 
 // A fixed-pitch face whose character is three fifths of its size wide, as the page is laid out for; one that
@@ -38,14 +38,14 @@ void paint_text(QPainter& painter, const PageMark& mark) {
     font.setBold(mark.bold);
     font.setUnderline(mark.underline);
     painter.setFont(font);
-    const QFontMetricsF metrics(font, painter.device());
-    const QString text = shown_text(mark.text);
-    painter.drawText(QPointF(mark.x, mark.y + metrics.ascent()), text);
+    painter.drawText(QPointF(mark.x, mark.y + BASE_LINE_UNITS_PER_POINT * mark.points),
+                     shown_text(mark.text));
 }
 
 } // namespace
 
 void paint_page(QPainter& painter, const std::vector<PageMark>& marks) {
+    painter.translate(SHEET_LEFT, SHEET_TOP);
     for (const PageMark& mark : marks) {
         if (mark.kind == PageMark::Kind::text) {
             painter.setPen(Qt::black);
@@ -55,14 +55,13 @@ void paint_page(QPainter& painter, const std::vector<PageMark>& marks) {
             painter.drawLine(QPointF(mark.x, mark.y), QPointF(mark.x2, mark.y2));
         }
     }
+    painter.translate(-SHEET_LEFT, -SHEET_TOP);
 }
 
 void print_document(RecordedDocument& document, QPrinter& printer) {
     printer.setPageOrientation(document.landscape() ? QPageLayout::Landscape : QPageLayout::Portrait);
-    // The page is laid out from the corner of what the printer can reach, and leaves room on the right.
-    printer.setFullPage(false);
-    printer.setPageMargins(QMarginsF(PRINT_MARGIN_MM, PRINT_MARGIN_MM, PRINT_MARGIN_MM, PRINT_MARGIN_MM),
-                           QPageLayout::Millimeter);
+    // From the corner of the sheet: the page has margins of its own.
+    printer.setFullPage(true);
     const long last = printer.toPage() > 0 ? std::min<long>(printer.toPage(), document.page_count())
                                            : document.page_count();
     const long first = std::max(1, printer.fromPage());
@@ -118,7 +117,8 @@ void PageView::set_zoom(double zoom) {
 
 QRect PageView::found_place() const {
     if (!found_) return {};
-    return QRectF(found_->x * zoom_, found_->y * zoom_, found_->width * zoom_, found_->height * zoom_)
+    return QRectF((SHEET_LEFT + found_->x) * zoom_, (SHEET_TOP + found_->y) * zoom_, found_->width * zoom_,
+                  found_->height * zoom_)
         .toAlignedRect();
 }
 

@@ -11,7 +11,8 @@ class QPrinter;
 
 namespace corvalissement {
 
-// Draws the marks of a page. One unit of the painter is 1/1440 inch; the paper is not filled.
+// Draws the marks of a page. One unit of the painter is 1/1440 inch, its origin the corner of the sheet; the
+// paper is not filled.
 void paint_page(QPainter& painter, const std::vector<PageMark>& marks);
 
 // Prints the pages that the printer's settings ask for, each as often as they say. Throws StepFailure

@@ -1,5 +1,6 @@
 #include "window/preview_window.h"
 
+#include "output/paper.h"
 #include "output/surfaces.h"
 #include "platform/failures.h"
 #include "window/qt_text.h"
@@ -284,7 +285,7 @@ void PreviewWindow::show_place(long page, const std::optional<FoundText>& found,
 
 void PreviewWindow::jump_to_account(std::size_t account) {
     const RecordedAccount& target = document_->accounts()[account];
-    attempt([&] { show_place(target.page, std::nullopt, target.y); });
+    attempt([&] { show_place(target.page, std::nullopt, SHEET_TOP + target.y); });
 }
 
 bool PreviewWindow::search(const QString& text) {
@@ -370,6 +371,7 @@ void PreviewWindow::ask_save() {
 
 void PreviewWindow::ask_print() {
     QPrinter printer(QPrinter::HighResolution);
+    printer.setPageSize(QPageSize(QPageSize::A4));
     printer.setDocName(document_name(document_->title()));
     printer.setCopyCount(document_->copies());
     printer.setPageOrientation(document_->landscape() ? QPageLayout::Landscape : QPageLayout::Portrait);

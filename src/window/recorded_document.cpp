@@ -1,6 +1,6 @@
 #include "window/recorded_document.h"
 
-#include "output/pdf_page.h"
+#include "output/paper.h"
 #include "platform/failures.h"
 #include "platform/text.h"
 
@@ -180,7 +180,7 @@ std::optional<FoundText> RecordedDocument::find(std::string_view wanted,
 void RecordedDocument::replay(PrintSurface& surface) {
     surface.set_Copies(copies_);
     surface.set_Orientation(orientation_);
-    surface.describe(title_, author_);
+    surface.describe(title_, author_, day_);
     for (long number = 0; number < page_count(); ++number) {
         if (number > 0) surface.NewPage();
         for (const PageMark& mark : page(number)) {
@@ -267,9 +267,10 @@ public:
 
     [[nodiscard]] long page_count() const override { return page_count_; }
 
-    void describe(std::string_view title, std::string_view author) override {
+    void describe(std::string_view title, std::string_view author, const CivilDate& day) override {
         document_->title_ = title;
         document_->author_ = author;
+        document_->day_ = day;
     }
 
     void mark_account(std::string_view number, std::string_view label) override {

@@ -2,7 +2,8 @@
 // recording surface goes, page by page and compressed, into a file without a name; only the list of accounts
 // and the place of each page stay in memory (some 60 bytes an account, 16 a page).
 //
-// Units are those of the print surface: 1/1440 inch from the top left corner of the paper. One thread.
+// Units are those of the print surface: 1/1440 inch from its origin, which lies SHEET_LEFT and SHEET_TOP from
+// the corner of the sheet. One thread.
 #pragma once
 
 #include "output/page_spool.h"
@@ -58,6 +59,7 @@ public:
 
     [[nodiscard]] long page_count() const noexcept { return static_cast<long>(pages_.size()); }
     [[nodiscard]] bool landscape() const noexcept { return orientation_ == LANDSCAPE; }
+    // Of the sheet.
     [[nodiscard]] double width() const noexcept;
     [[nodiscard]] double height() const noexcept;
     [[nodiscard]] int copies() const noexcept { return copies_; }
@@ -88,6 +90,7 @@ private:
     std::vector<RecordedAccount> accounts_;
     std::string title_;
     std::string author_;
+    CivilDate day_;
     int orientation_ = 1;
     int copies_ = 1;
     bool incomplete_ = false;

@@ -122,7 +122,7 @@ TEST_F(SurfaceTest, a_document_begins_with_the_first_ink) {
     for (const char* ending : {".pdf", ".txt", ".jsonl"}) {
         const auto surface = make_surface(path(std::string("none") + ending));
         surface->set_Copies(3);
-        surface->describe("title", "author");
+        surface->describe("title", "author", {});
         surface->mark_account("1", "2");
         surface->Print("", END);
         EXPECT_EQ(surface->page_count(), 0);
