@@ -134,6 +134,16 @@ QString told_summary(const FecSummary& summary) {
     if (summary.outside_bounds > 0)
         text += QObject::tr("\n%1 lignes hors des trois exercices laissées de côté.")
                     .arg(count(summary.outside_bounds));
+    for (std::size_t i = 0; i < summary.years.size(); ++i) {
+        const FecYear& year = summary.years[i];
+        if (year.source.empty() || (i != 1 && year.taken.lines == 0)) continue;
+        text += QObject::tr("\nExercice %1 du %2 au %3 (source : %4) : %5 lignes, débit %6, crédit %7")
+                    .arg(QStringList{QStringLiteral("N - 1"), QStringLiteral("N"),
+                                     QStringLiteral("N + 1")}[static_cast<int>(i)],
+                         shown_text(date_text(year.first_day)), shown_text(date_text(year.last_day)),
+                         shown_text(year.source), count(year.taken.lines),
+                         amount(std::to_string(year.taken.debit)), amount(std::to_string(year.taken.credit)));
+    }
     if (!summary.remarks.empty()) text += QObject::tr("\n%1 remarques.").arg(count(summary.remarks.size()));
     return text;
 }

@@ -46,7 +46,10 @@ void add_importer(CLI::App& app, Run& run) {
     command->add_option("--entite", options->fec.entity, "Code de l'entité, 3 caractères")->required();
     command->add_option("--nom", options->fec.name, "Nom de l'entité")->required();
     command->add_option("--adresse", options->fec.address, "Adresse : \"L1|L2|CP VILLE\"");
-    command->add_option("--debut", options->first, "Premier jour de l'exercice N (jj/mm/aaaa)");
+    command->add_option(
+        "--debut", options->first,
+        "Premier jour de l'exercice N (jj/mm/aaaa), sinon celui de la base, sinon celui que le "
+        "fichier laisse déduire");
     command->add_option("--fin", options->last, "Dernier jour de l'exercice N (jj/mm/aaaa)");
     command->add_flag("--brouillards", options->fec.drafts,
                       "Lignes sans date de validation en séquences de brouillard");

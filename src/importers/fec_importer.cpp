@@ -3,13 +3,14 @@
 #include "data/dyn_array.h"
 #include "data/keys.h"
 #include "importers/bad_input.h"
+#include "importers/entity_records.h"
 #include "importers/fec_one_file.h"
-#include "importers/fiscal_years.h"
 #include "importers/json_text.h"
 #include "platform/calendar.h"
 #include "platform/text.h"
 
 #include <algorithm>
+#include <memory>
 #include <set>
 #include <utility>
 
@@ -25,27 +26,23 @@ std::string letters_of(const FecOptions& options) {
            (options.outside_bounds ? "H" : "");
 }
 
-// Bounds of year N that are known before a file is read.
-std::optional<FiscalYears> known_years(Store& store, const FecOptions& options) {
-    std::optional<FiscalYears> given;
-    if (options.first_day || options.last_day) given = years_from_bounds(options.first_day, options.last_day);
+// Bounds of year N that the base has.
+std::optional<FiscalYears> years_of_base(Store& store, const std::string& entity) {
     DynArray record;
-    if (!store.read(store.file(files::PARAMENTITECOMPTA), options.entity, record.buffer())) return given;
+    if (!store.read(store.file(files::PARAMENTITECOMPTA), entity, record.buffer())) return std::nullopt;
     record.changed();
     FiscalYears standing;
     if (!parse_whole(record(parament::FIRST_DAY_N), standing.first_day) ||
         !parse_whole(record(parament::LAST_DAY_N), standing.last_day))
-        return given;
+        return std::nullopt;
     std::int64_t end_of_next = 0;
     if (parse_whole(record(parament::LAST_DAY_N1), end_of_next)) standing.known_end_of_next = end_of_next;
-    const bool differs = (options.first_day && *options.first_day != standing.first_day) ||
-                         (options.last_day && *options.last_day != standing.last_day);
-    if (differs)
-        throw BadInput("", 0,
-                       "dans la base, l'exercice N de l'entité " + options.entity + " va du " +
-                           date_text(standing.first_day) + " au " + date_text(standing.last_day) +
-                           ", ce que --debut et --fin contredisent");
     return standing;
+}
+
+bool contradict(const FecOptions& options, const FiscalYears& standing) {
+    return (options.first_day && *options.first_day != standing.first_day) ||
+           (options.last_day && *options.last_day != standing.last_day);
 }
 
 void write_years(Store& store, const std::string& entity, const FiscalYears& years) {
@@ -110,19 +107,26 @@ bool has_control(std::string_view text) {
     return false;
 }
 
+// A file and what one pass over its bytes tells.
+struct LookedAt {
+    std::unique_ptr<FecFile> file;
+    FecFacts facts;
+};
+
 // Takes the files one after the other.
 class Import {
 public:
     Import(Store& store, const FecOptions& options, const std::function<void(double)>& progress)
         : progress_(progress), shared_{store, options, CodeBook(store, options.entity),
-                                       LedgerWriter(store, options.entity), known_years(store, options)} {}
+                                       LedgerWriter(store, options.entity), std::nullopt} {}
 
     FecSummary run() {
+        settle_known_years();
         for (std::size_t i = 0; i < shared_.options.paths.size(); ++i)
             take(i);
         if (anything_new_) {
             write_entity(shared_.store, shared_.options, remarks_);
-            if (shared_.years) write_years(shared_.store, shared_.options.entity, *shared_.years);
+            if (shared_.years) write_years(shared_.store, shared_.options.entity, shared_.years->years);
             shared_.ledger.write_balances();
         }
         if (progress_) progress_(1.0);
@@ -130,6 +134,68 @@ public:
     }
 
 private:
+    // The base's years count, unless the options may set right what an import has guessed.
+    void settle_known_years() {
+        const FecOptions& options = shared_.options;
+        const auto standing = years_of_base(shared_.store, options.entity);
+        const bool given = options.first_day || options.last_day;
+        if (standing && !(given && contradict(options, *standing))) {
+            shared_.years = {*standing, YearSource::base};
+            return;
+        }
+        if (!given) return;
+        shared_.years = {years_from_bounds(options.first_day, options.last_day), YearSource::options};
+        if (!standing) return;
+        if (std::string fault = fault_of_correction(*standing); !fault.empty())
+            throw BadInput("", 0,
+                           "dans la base, l'exercice N de l'entité " + options.entity + " va du " +
+                               date_text(standing->first_day) + " au " + date_text(standing->last_day) +
+                               ", ce que --debut et --fin contredisent ; " + fault);
+        erase_entries(shared_.store, options.entity);
+        remarks_.push_back("l'exercice N de l'entité " + options.entity + " allait du " +
+                           date_text(standing->first_day) + " au " + date_text(standing->last_day) +
+                           " ; ses fichiers sont importés de nouveau avec les bornes données");
+    }
+
+    // Why the entity's records can't be made again from the files of this call; "" when they can: all of them
+    // came from these files, and the years with them.
+    std::string fault_of_correction(const FiscalYears& standing) {
+        std::set<std::string> fingerprints;
+        for (std::size_t i = 0; i < shared_.options.paths.size(); ++i) {
+            looked_at_.push_back(look(i, {}));
+            fingerprints.insert(fec_key(shared_.options.entity, looked_at_.back().facts.fingerprint));
+        }
+        std::uint64_t entries = 0;
+        std::uint64_t drafts = 0;
+        bool set_by_import = false;
+        for (const std::string& key : fec_keys(shared_.store, shared_.options.entity)) {
+            if (!fingerprints.contains(key))
+                return "elle contient un autre fichier de cette entité, qui a été pris avec ces bornes";
+            std::string record;
+            static_cast<void>(shared_.store.read(shared_.store.file(files::TABLES), key, record));
+            const FecOutcome outcome = outcome_of(std::move(record));
+            entries += outcome.entries;
+            drafts += outcome.taken_lines() - std::min(outcome.taken_lines(), outcome.entries);
+            set_by_import = set_by_import || (outcome.years && outcome.years->source != YearSource::base &&
+                                              outcome.years->years.first_day == standing.first_day &&
+                                              outcome.years->years.last_day == standing.last_day);
+        }
+        if (!set_by_import) return "ces bornes ne viennent pas d'une importation de ce fichier";
+        if (entries != count_entries(shared_.store, shared_.options.entity) ||
+            drafts != count_draft_lines(shared_.store, shared_.options.entity))
+            return "elle contient d'autres écritures de cette entité que celles de ce fichier";
+        return "";
+    }
+
+    [[nodiscard]] LookedAt look(std::size_t index, const std::function<void(double)>& progress) const {
+        LookedAt looked{std::make_unique<FecFile>(shared_.options.paths[index]), {}};
+        const auto size = static_cast<double>(std::max<std::uint64_t>(looked.file->size(), 1));
+        looked.facts = look_at(*looked.file, [&](std::uint64_t bytes) {
+            if (progress) progress(0.1 * static_cast<double>(bytes) / size);
+        });
+        return looked;
+    }
+
     void take(std::size_t index) {
         const FecOptions& options = shared_.options;
         const std::string& path = options.paths[index];
@@ -137,12 +203,9 @@ private:
         const std::function<void(double)> progress = [&](double fraction) {
             if (progress_) progress_((static_cast<double>(index) + fraction) / count);
         };
-        FecFile file(path);
-        const FecFacts facts = look_at(file, [&](std::uint64_t bytes) {
-            progress(0.1 * static_cast<double>(bytes) /
-                     static_cast<double>(std::max<std::uint64_t>(file.size(), 1)));
-        });
-        const std::string key = "FEC" + options.entity + facts.fingerprint;
+        const LookedAt looked =
+            index < looked_at_.size() ? std::move(looked_at_[index]) : look(index, progress);
+        const std::string key = fec_key(options.entity, looked.facts.fingerprint);
         if (!taken_.insert(key).second) {
             remarks_.push_back(sanitize(path) + " : même contenu qu'un fichier qui précède, compté une fois");
             return;
@@ -157,10 +220,11 @@ private:
                                "ce fichier est déjà dans la base avec d'autres options (--brouillards, "
                                "--auxiliaires ou --hors-bornes)");
         } else {
-            outcome = take_file(shared_, file, facts, progress);
+            outcome = take_file(shared_, *looked.file, looked.facts, progress);
             outcome.options = letters_of(options);
             shared_.store.write(tables, key, text_of(outcome));
             anything_new_ = true;
+            shared_.years_of_this_call = true;
         }
         gather(outcome, options.paths.size() > 1 ? sanitize(path) + " : " : "");
     }
@@ -174,19 +238,54 @@ private:
         total_.credit = add_amounts(total_.credit, outcome.credit);
         total_.accounts.insert(outcome.accounts.begin(), outcome.accounts.end());
         total_.journals.insert(outcome.journals.begin(), outcome.journals.end());
+        if (outcome.years) {
+            if (!total_.years) total_.years = outcome.years;
+            for (std::size_t i = 0; i < total_.taken.size(); ++i)
+                add(total_.taken[i], outcome.taken[i]);
+        } else {
+            remarks_.push_back(prefix + "importé par une version antérieure, qui n'a pas gardé ce que chaque "
+                                        "exercice a reçu");
+        }
         for (const std::string& remark : outcome.remarks)
             remarks_.push_back(prefix + remark);
     }
 
+    static void add(LineSums& total, const LineSums& sums) {
+        total.lines += sums.lines;
+        total.debit = add_amounts(total.debit, sums.debit);
+        total.credit = add_amounts(total.credit, sums.credit);
+    }
+
     FecSummary summary() {
-        return {
-            total_.lines,       total_.entries, total_.accounts.size(),       total_.journals.size(),
-            total_.drafts,      total_.outside, std::to_string(total_.debit), std::to_string(total_.credit),
-            std::move(remarks_)};
+        FecSummary told;
+        told.lines = total_.lines;
+        told.entries = total_.entries;
+        told.accounts = total_.accounts.size();
+        told.journals = total_.journals.size();
+        told.drafts = total_.drafts;
+        told.outside_bounds = total_.outside;
+        told.debit = std::to_string(total_.debit);
+        told.credit = std::to_string(total_.credit);
+        told.remarks = std::move(remarks_);
+        if (!shared_.years) return told;
+        // A file that the base has already tells where its bounds came from then.
+        const FiscalYears& years = shared_.years->years;
+        const bool same = total_.years && total_.years->years.first_day == years.first_day &&
+                          total_.years->years.last_day == years.last_day;
+        const YearSource source = same ? total_.years->source : shared_.years->source;
+        for (const BookedPeriod period :
+             {BookedPeriod::previous, BookedPeriod::current, BookedPeriod::next}) {
+            const auto i = static_cast<std::size_t>(period);
+            const auto [first, last] = years.bounds_of(period);
+            told.years[i] = {first, last, std::string(name_of(source)), total_.taken[i]};
+            add(told.taken, total_.taken[i]);
+        }
+        return told;
     }
 
     const std::function<void(double)>& progress_;
     FecImportState shared_;
+    std::vector<LookedAt> looked_at_; // beforehand, when a correction asked for them
     std::set<std::string> taken_;
     bool anything_new_ = false;
     FecOutcome total_;
@@ -213,6 +312,26 @@ std::string FecSummary::to_json() const {
     append_json(out, debit);
     member("credit");
     append_json(out, credit);
+    const auto sums = [&](const LineSums& of) {
+        out.append("\"lignes\":" + std::to_string(of.lines) + ",\"debit\":\"" + std::to_string(of.debit) +
+                   "\",\"credit\":\"" + std::to_string(of.credit) + "\"}");
+    };
+    member("pris");
+    out.push_back('{');
+    sums(taken);
+    member("exercices");
+    out.push_back('{');
+    constexpr std::string_view NAMES[] = {exercice::PRECEDENT, exercice::COURANT, exercice::SUIVANT};
+    for (std::size_t i = 0; i < years.size() && !years[i].source.empty(); ++i) {
+        if (i > 0) out.push_back(',');
+        append_json(out, NAMES[i]);
+        out.append(":{\"debut\":\"" + date_text(years[i].first_day) + "\",\"fin\":\"" +
+                   date_text(years[i].last_day) + "\",\"source\":");
+        append_json(out, years[i].source);
+        out.push_back(',');
+        sums(years[i].taken);
+    }
+    out.push_back('}');
     member("remarques");
     out.push_back('[');
     for (std::size_t i = 0; i < remarks.size(); ++i) {

@@ -1,8 +1,10 @@
 // Takes accounting entry files in the French statutory format (FEC) into a base.
 #pragma once
 
+#include "importers/fiscal_years.h"
 #include "server/store.h"
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -17,12 +19,21 @@ struct FecOptions {
     std::string name;
     std::string address; // "L1|L2|CP VILLE", "" to leave the address as it is
     // Bounds of year N as day numbers. Without them they are those of the base, else worked out from the
-    // first file (see fiscal_years.h).
+    // first file (see fec_years.h).
     std::optional<std::int64_t> first_day;
     std::optional<std::int64_t> last_day;
     bool drafts = false;         // lines without a validation date become draft sequences
     bool auxiliaries = false;    // third parties get accounts of their own below "40" and "41"
     bool outside_bounds = false; // lines outside the three years are left out and counted
+};
+
+// One of the three years: its bounds, where they come from ("options", "base", "nom du fichier",
+// "à-nouveaux", "dates"; "" when no year is known), and what the files gave it.
+struct FecYear {
+    std::int64_t first_day = 0;
+    std::int64_t last_day = 0;
+    std::string source;
+    LineSums taken;
 };
 
 // What the files stand for. Counts are of the files, not of what was new to the base.
@@ -35,6 +46,8 @@ struct FecSummary {
     std::uint64_t outside_bounds = 0; // lines left out
     std::string debit;                // sums of all data lines, whole hundredths
     std::string credit;
+    std::array<FecYear, 3> years;     // N - 1, N, N + 1
+    LineSums taken;                   // of the lines that were not left out
     std::vector<std::string> remarks; // in French: what was altered or is odd
 
     // One line of JSON, with the French names of the command line, without a line end.
@@ -46,8 +59,10 @@ struct FecSummary {
 
 // Takes all the files in one transaction. What cannot be taken is BadInput (file, line, reason) and leaves
 // the base as it was, and so do bounds that contradict those of the base, or a file taken before with other
-// options. A file that the base has already is passed over and gives its summary again. A further file of
-// the same entity is added: line numbers go on, balances grow.
+// options. But bounds that an import has worked out can be set right: as long as the base holds nothing of
+// the entity but these very files, they are taken again with the bounds given. A file that the base has
+// already is passed over and gives its summary again. A further file of the same entity is added: line
+// numbers go on, balances grow.
 //
 // The files are read line by line, in two passes over their content after one over their bytes; memory
 // grows with the number of entries (some 20 bytes each), not with the size of the file. `progress`, which

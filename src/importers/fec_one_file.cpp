@@ -7,7 +7,6 @@
 #include "importers/fec_rows.h"
 #include "platform/text.h"
 
-#include <limits>
 #include <utility>
 
 namespace corvalissement {
@@ -19,6 +18,10 @@ std::string quoted(std::string_view text) { return "« " + std::string(text) + "
 // A count with its noun in the singular or the plural.
 std::string counted(std::uint64_t count, std::string_view one, std::string_view many) {
     return std::to_string(count) + " " + std::string(count > 1 ? many : one);
+}
+
+std::string text_of(std::int64_t first_day, std::int64_t last_day) {
+    return "du " + date_text(first_day) + " au " + date_text(last_day);
 }
 
 // Hundredths as a person writes them.
@@ -87,18 +90,40 @@ struct Account {
     std::size_t id = 0; // at the ledger writer
 };
 
-// One file on its way into the base. The plan pass looks at every line and writes nothing; with its answers
-// (years, codes, entries) the write pass reads the lines again.
+// One file on its way into the base. The plan pass looks at every line; with its answers (codes, entries) the
+// write pass reads the lines again. A file that has to tell the years first, and doesn't lie in one of them
+// as a whole, is planned again once they are known.
 class FileImport {
 public:
     FileImport(FecImportState& shared, FecFile& file, FecFacts facts,
                const std::function<void(double)>& progress)
         : shared_(shared), options_(shared.options), file_(file), facts_(std::move(facts)),
-          progress_(progress) {}
+          progress_(progress), evidence_(!shared.years) {}
 
-    FecOutcome run() {
-        plan();
-        settle_years();
+    // The first pass: looks at every line and writes nothing. Lines outside years that are known are left
+    // out. BadInput when lines lie outside and should not.
+    void plan() {
+        plan_lines();
+        if (shared_.years) check_bounds();
+    }
+
+    // REQUIRES the plan, made without years. BadInput when no year can be told from the file.
+    void settle_years() {
+        if (outcome_.lines == 0)
+            refuse(1, "le fichier ne contient aucune ligne d'écriture, et l'exercice de l'entité " +
+                          options_.entity + " n'est pas connu ; donnez --debut et --fin");
+        shared_.years = evidence_.guess(file_.path());
+        check_bounds();
+    }
+
+    [[nodiscard]] bool lies_in_year_n() const {
+        return evidence_.empty() || (period_of(evidence_.earliest()) == BookedPeriod::current &&
+                                     period_of(evidence_.latest()) == BookedPeriod::current);
+    }
+
+    // The rest. REQUIRES the plan, made with the years, or one that lies in year N as a whole.
+    FecOutcome take() {
+        note_years();
         settle_codes();
         note_plan();
         if (options_.drafts && has_drafts_) plan_draft_sequences();
@@ -120,18 +145,26 @@ private:
         throw BadInput(file_.path(), line, reason);
     }
 
-    // The first pass.
-    void plan() {
+    // For a later file of a call the years are as settled as those of a base.
+    [[nodiscard]] bool guessed_elsewhere() const {
+        return shared_.years->guessed() && shared_.years_of_this_call;
+    }
+
+    [[nodiscard]] std::optional<BookedPeriod> period_of(std::int64_t day) const {
+        return shared_.years->years.period_of(day);
+    }
+
+    void plan_lines() {
         FecRows rows(file_, facts_);
         FecRow row;
         while (rows.next(row)) {
             count(row);
-            if (leave_out(row)) {
+            if (shared_.years && !period_of(row.date)) {
+                evidence_.add(0, row);
                 ++outcome_.outside;
                 continue;
             }
-            see_date(row);
-            see_codes(row);
+            evidence_.add(see_codes(row), row);
             has_drafts_ = has_drafts_ || !row.validated;
             if (row.debit && row.credit)
                 remarks_.add("débit et crédit sur une même ligne",
@@ -157,21 +190,55 @@ private:
         outcome_.credit += row.credit.value_or(0);
     }
 
-    // With years that are known beforehand a line can lie outside them.
-    bool leave_out(const FecRow& row) const {
-        if (!shared_.years || shared_.years->period_of(row.date)) return false;
-        if (options_.outside_bounds) return true;
-        refuse(row.line, "la date " + date_text(row.date) + " est hors des exercices connus, du " +
-                             date_text(shared_.years->first_day_before()) + " au " +
-                             date_text(shared_.years->last_day_after()));
+    // Years guessed from dates alone are no ground for leaving lines out: a slip of the pen in one date may
+    // have chosen them.
+    void check_bounds() const {
+        const FiscalYears& years = shared_.years->years;
+        const auto outside = evidence_.outside(years.first_day_before(), years.last_day_after());
+        if (outside.lines == 0) return;
+        const YearSource source = shared_.years->source;
+        const bool here = shared_.years->guessed() && !guessed_elsewhere();
+        if (options_.outside_bounds && !(here && source == YearSource::dates)) return;
+        const std::string told = " (source : " + std::string(name_of(source)) + ")";
+        const std::string lines = counted(outside.lines, "ligne est", "lignes sont");
+        if (here)
+            refuse(outside.first_line, "les dates vont du " + date_text(evidence_.earliest()) + " au " +
+                                           date_text(evidence_.latest()) + " ; avec un exercice N " +
+                                           text_of(years.first_day, years.last_day) + told + ", " + lines +
+                                           " hors des exercices N - 1 à N + 1 ; relancez avec " +
+                                           better_options(evidence_, years) +
+                                           ", ou d'autres bornes de l'exercice N");
+        refuse(outside.first_line,
+               "la date " + date_text(outside.day) + " est hors des exercices connus, " +
+                   text_of(years.first_day_before(), years.last_day_after()) + told + " ; " + lines +
+                   " dans ce cas ; relancez avec --hors-bornes pour les laisser de côté" +
+                   (source == YearSource::base ? "" : ", ou avec d'autres --debut et --fin"));
     }
 
-    void see_date(const FecRow& row) {
-        if (row.date < earliest_) earliest_ = row.date;
-        if (row.date > latest_) {
-            latest_ = row.date;
-            latest_line_ = row.line;
+    // Lines that go to another year than N, which their reader may not expect.
+    void note_years() {
+        outcome_.years = shared_.years;
+        if (guessed_elsewhere()) outcome_.years->source = YearSource::base;
+        constexpr std::pair<BookedPeriod, std::string_view> PERIODS[] = {
+            {BookedPeriod::previous, exercice::PRECEDENT},
+            {BookedPeriod::current, exercice::COURANT},
+            {BookedPeriod::next, exercice::SUIVANT}};
+        for (const auto& [period, name] : PERIODS) {
+            const auto [first, last] = shared_.years->years.bounds_of(period);
+            const LineSums sums = evidence_.sums(first, last);
+            outcome_.taken[static_cast<std::size_t>(period)] = sums;
+            if (period == BookedPeriod::current || sums.lines == 0) continue;
+            remarks_.add("", counted(sums.lines, "ligne va", "lignes vont") + " à l'exercice " +
+                                 std::string(name) + ", " + text_of(first, last) +
+                                 ", la première à la ligne " +
+                                 std::to_string(evidence_.first_line(first, last)));
         }
+        if (outcome_.years->guessed() && !lies_in_year_n())
+            remarks_.add(
+                "", "l'exercice N, " +
+                        text_of(shared_.years->years.first_day, shared_.years->years.last_day) +
+                        ", est déduit du fichier (source : " + std::string(name_of(shared_.years->source)) +
+                        ") ; s'il est autre, importez de nouveau avec --debut et --fin");
     }
 
     std::size_t number_of_journal(const FecRow& row) {
@@ -193,7 +260,8 @@ private:
                (row.account.starts_with("40") || row.account.starts_with("41"));
     }
 
-    void see_codes(const FecRow& row) {
+    // The number of the row's journal.
+    std::size_t see_codes(const FecRow& row) {
         std::size_t journal = number_of_journal(row);
         if (journal == TextNumbers::NONE) {
             bool fresh = false;
@@ -215,18 +283,7 @@ private:
         accounts_[account].label.see(own && !row.auxiliary_label.empty() ? row.auxiliary_label
                                                                          : row.account_label);
         lettering_.note(account, row.lettering);
-    }
-
-    void settle_years() {
-        if (shared_.years) return;
-        if (outcome_.lines == 0)
-            refuse(1, "le fichier ne contient aucune ligne d'écriture, et l'exercice de l'entité " +
-                          options_.entity + " n'est pas connu ; donnez --debut et --fin");
-        shared_.years = years_from_dates(earliest_, latest_, file_.path());
-        if (!shared_.years)
-            refuse(latest_line_,
-                   "les dates vont du " + date_text(earliest_) + " au " + date_text(latest_) +
-                       ", plus de 24 mois ; donnez les bornes de l'exercice par --debut et --fin");
+        return journal;
     }
 
     void settle_codes() {
@@ -285,7 +342,7 @@ private:
         FecRows rows(file_, facts_);
         FecRow row;
         while (rows.next(row)) {
-            const auto period = shared_.years->period_of(row.date);
+            const auto period = period_of(row.date);
             if (!period || !is_draft(row, *period)) continue;
             const std::size_t journal = number_of_journal(row);
             if (journal == TextNumbers::NONE) file_changed(row.line);
@@ -325,7 +382,7 @@ private:
         std::uint64_t archived_drafts = 0;
         while (rows.next(row)) {
             ++lines;
-            const auto period = shared_.years->period_of(row.date);
+            const auto period = period_of(row.date);
             if (!period) {
                 if (!options_.outside_bounds) file_changed(row.line);
                 continue;
@@ -446,9 +503,7 @@ private:
     FecOutcome outcome_;
     Remarks remarks_;
     std::int64_t size_ = 0;
-    std::int64_t earliest_ = std::numeric_limits<std::int64_t>::max();
-    std::int64_t latest_ = std::numeric_limits<std::int64_t>::min();
-    std::uint64_t latest_line_ = 0;
+    YearEvidence evidence_;
     bool has_drafts_ = false;
 
     TextNumbers journal_numbers_;
@@ -470,7 +525,15 @@ private:
 
 FecOutcome take_file(FecImportState& state, FecFile& file, const FecFacts& facts,
                      const std::function<void(double fraction)>& progress) {
-    return FileImport(state, file, facts, progress).run();
+    if (!state.years) {
+        FileImport first(state, file, facts, progress);
+        first.plan();
+        first.settle_years();
+        if (first.lies_in_year_n()) return first.take();
+    }
+    FileImport import(state, file, facts, progress);
+    import.plan();
+    return import.take();
 }
 
 } // namespace corvalissement

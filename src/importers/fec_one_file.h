@@ -5,7 +5,7 @@
 #include "importers/fec_file.h"
 #include "importers/fec_importer.h"
 #include "importers/fec_outcome.h"
-#include "importers/fiscal_years.h"
+#include "importers/fec_years.h"
 #include "importers/ledger_writer.h"
 
 #include <functional>
@@ -19,7 +19,8 @@ struct FecImportState {
     const FecOptions& options;
     CodeBook codes;
     LedgerWriter ledger;
-    std::optional<FiscalYears> years; // known beforehand, or worked out from the first file
+    std::optional<SourcedYears> years; // known beforehand, or worked out from the first file
+    bool years_of_this_call = false;   // worked out from an earlier file of the same call
 };
 
 // Writes everything of one file but the balances, which wait for the last file, and the entity's own records.

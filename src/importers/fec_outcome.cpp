@@ -44,6 +44,20 @@ std::string text_of(const FecOutcome& outcome) {
     record.set(8, as_values(outcome.accounts));
     record.set(9, as_values(outcome.journals));
     record.set(10, as_values(outcome.remarks));
+    if (outcome.years) {
+        const FiscalYears& years = outcome.years->years;
+        record.set(11, std::to_string(years.first_day));
+        record.set(12, std::to_string(years.last_day));
+        record.set(13, name_of(outcome.years->source));
+        std::vector<std::string> columns[3];
+        for (const LineSums& sums : outcome.taken) {
+            columns[0].push_back(std::to_string(sums.lines));
+            columns[1].push_back(std::to_string(sums.debit));
+            columns[2].push_back(std::to_string(sums.credit));
+        }
+        for (std::size_t i = 0; i < 3; ++i)
+            record.set(14 + i, as_values(columns[i]));
+    }
     return std::string(record.text());
 }
 
@@ -63,6 +77,12 @@ FecOutcome outcome_of(std::string whole_text) {
         outcome.journals.emplace(record(9, v));
     for (std::size_t v = 1; v <= record.DCount(10); ++v)
         outcome.remarks.emplace_back(record(10, v));
+    if (const auto source = year_source_of(record(13))) {
+        outcome.years = {{amount_of(record(11)), amount_of(record(12))}, *source};
+        for (std::size_t i = 0; i < outcome.taken.size(); ++i)
+            outcome.taken[i] = {count_of(record(14, i + 1)), amount_of(record(15, i + 1)),
+                                amount_of(record(16, i + 1))};
+    }
     return outcome;
 }
 

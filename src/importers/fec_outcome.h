@@ -1,10 +1,13 @@
 // What one FEC stood for, as the base remembers it in TABLES. Internal to the importer.
 #pragma once
 
+#include "importers/fec_years.h"
 #include "server/store.h"
 
+#include <array>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -23,6 +26,12 @@ struct FecOutcome {
     std::set<std::string> accounts;
     std::set<std::string> journals;
     std::vector<std::string> remarks;
+    // The years that it was taken by, and what each of them got, by BookedPeriod. Nothing in a base that was
+    // filled before these were kept.
+    std::optional<SourcedYears> years;
+    std::array<LineSums, 3> taken{};
+
+    [[nodiscard]] std::uint64_t taken_lines() const noexcept { return lines - outside; }
 };
 
 // As a whole text, and back; what was written is read again unchanged.

@@ -2,8 +2,6 @@
 
 #include "platform/calendar.h"
 
-#include <algorithm>
-
 namespace corvalissement {
 
 namespace {
@@ -14,7 +12,8 @@ CivilDate civil(std::int64_t day) {
     return date;
 }
 
-// The same day of the month so many months later, or the last one of a shorter month.
+} // namespace
+
 std::int64_t add_months(std::int64_t day, int months) {
     CivilDate date = civil(day);
     const int month = date.year * 12 + date.month - 1 + months;
@@ -27,22 +26,6 @@ std::int64_t add_months(std::int64_t day, int months) {
 }
 
 std::int64_t first_of_month(std::int64_t day) { return day - civil(day).day + 1; }
-
-std::optional<std::int64_t> closing_day_in(std::string_view file_name) {
-    const std::size_t slash = file_name.rfind('/');
-    if (slash != std::string_view::npos) file_name.remove_prefix(slash + 1);
-    std::optional<std::int64_t> closing;
-    for (std::size_t at = 0; at + 11 <= file_name.size(); ++at) {
-        const auto is = [&](std::size_t i, char capital) {
-            return file_name[at + i] == capital || file_name[at + i] == capital + ('a' - 'A');
-        };
-        if (is(0, 'F') && is(1, 'E') && is(2, 'C'))
-            if (const auto day = day_of_digits(file_name.substr(at + 3, 8))) closing = day;
-    }
-    return closing;
-}
-
-} // namespace
 
 std::int64_t FiscalYears::first_day_before() const { return add_months(first_of_month(first_day - 1), -11); }
 
@@ -57,20 +40,20 @@ std::optional<BookedPeriod> FiscalYears::period_of(std::int64_t day) const {
     return std::nullopt;
 }
 
+std::pair<std::int64_t, std::int64_t> FiscalYears::bounds_of(BookedPeriod period) const {
+    switch (period) {
+    case BookedPeriod::previous:
+        return {first_day_before(), first_day - 1};
+    case BookedPeriod::next:
+        return {last_day + 1, last_day_after()};
+    default:
+        return {first_day, last_day};
+    }
+}
+
 FiscalYears years_from_bounds(std::optional<std::int64_t> first, std::optional<std::int64_t> last) {
     if (!first) return {add_months(*last + 1, -12), *last};
     return {*first, last ? *last : add_months(*first, 12) - 1};
-}
-
-std::optional<FiscalYears> years_from_dates(std::int64_t earliest, std::int64_t latest,
-                                            std::string_view file_name) {
-    const std::int64_t first = first_of_month(earliest);
-    const std::int64_t longest = add_months(first, 24) - 1;
-    const auto closing = closing_day_in(file_name);
-    if (closing && *closing >= latest && *closing <= longest) return FiscalYears{first, *closing};
-    if (latest > longest) return std::nullopt;
-    const std::int64_t twelfth = add_months(first, 12) - 1;
-    return FiscalYears{first, std::max(twelfth, add_months(first_of_month(latest), 1) - 1)};
 }
 
 std::string date_text(std::int64_t day) {

@@ -7,8 +7,16 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace corvalissement {
+
+// Lines, and what they add up to in whole hundredths.
+struct LineSums {
+    std::uint64_t lines = 0;
+    std::int64_t debit = 0;
+    std::int64_t credit = 0;
+};
 
 // Year N in both bounds, and what follows from it. Year N - 1 is derived from the first day of N as the
 // control derives it: it ends the day before and starts on the first of a month, twelve months before the
@@ -23,18 +31,19 @@ struct FiscalYears {
 
     // Nothing for a day in none of the three years.
     [[nodiscard]] std::optional<BookedPeriod> period_of(std::int64_t day) const;
+    // From the first day to the last of one of the three.
+    [[nodiscard]] std::pair<std::int64_t, std::int64_t> bounds_of(BookedPeriod period) const;
+
+    friend bool operator==(const FiscalYears&, const FiscalYears&) = default;
 };
 
 // Year N from one bound or both; the missing one makes it twelve months. REQUIRES one of them.
 [[nodiscard]] FiscalYears years_from_bounds(std::optional<std::int64_t> first,
                                             std::optional<std::int64_t> last);
 
-// Year N as a file lets guess it. It starts on the first of the month of the earliest date. It ends on the
-// closing day that the file's name tells (`...FECaaaammjj`), when that lies behind every date and within 24
-// months; else with the twelfth month, or with the month of the latest date when the dates go further, up
-// to 24 months. Nothing when they go further still.
-[[nodiscard]] std::optional<FiscalYears> years_from_dates(std::int64_t earliest, std::int64_t latest,
-                                                          std::string_view file_name);
+// The same day of the month so many months later, or earlier, or the last one of a shorter month.
+[[nodiscard]] std::int64_t add_months(std::int64_t day, int months);
+[[nodiscard]] std::int64_t first_of_month(std::int64_t day);
 
 // dd/mm/yyyy.
 [[nodiscard]] std::string date_text(std::int64_t day);

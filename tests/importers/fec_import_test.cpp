@@ -1,7 +1,6 @@
 // What a FEC becomes in a base, and what a second one adds.
 #include "importers/fec_codes.h"
 #include "importers/fec_trial.h"
-#include "importers/fiscal_years.h"
 
 #include <nlohmann/json.hpp>
 
@@ -39,7 +38,12 @@ TEST(Import, a_second_import_changes_nothing_and_tells_the_same) {
     EXPECT_EQ(snapshot(*trial.store), before);
     EXPECT_EQ(first.to_json(),
               R"({"lignes":4,"ecritures":4,"comptes":2,"journaux":2,"brouillards":0,"hors_bornes":0,)"
-              R"("debit":"1100","credit":"1100","remarques":["journal ACH devient AC"]})");
+              R"("debit":"1100","credit":"1100","pris":{"lignes":4,"debit":"1100","credit":"1100"},)"
+              R"("exercices":{"N - 1":{"debut":"01/01/2023","fin":"31/12/2023","source":"dates",)"
+              R"("lignes":0,"debit":"0","credit":"0"},"N":{"debut":"01/01/2024","fin":"31/12/2024",)"
+              R"("source":"dates","lignes":4,"debit":"1100","credit":"1100"},"N + 1":{"debut":"01/01/2025",)"
+              R"("fin":"31/12/2025","source":"dates","lignes":0,"debit":"0","credit":"0"}},)"
+              R"("remarques":["journal ACH devient AC"]})");
     EXPECT_EQ(trial.record(files::ASSOCIATION, "001").text(), std::string("Essai\xFE\xFE"
                                                                           "1 rue Haute\xFE\xFE\xFE\xFE"
                                                                           "Bât. B\xFE"
@@ -123,28 +127,138 @@ TEST(Import, equal_dates_keep_the_order_of_the_files) {
         }
 }
 
-TEST(Years, guessed_from_dates_and_name) {
+// Entries of sales, one a date.
+std::vector<FecLine> sales(const std::vector<std::string>& dates) {
+    std::vector<FecLine> lines;
+    for (const std::string& date : dates)
+        lines = lines + entry("VE", std::to_string(lines.size()), date, "1,00");
+    return lines;
+}
+
+std::vector<FecLine> opening(const std::string& journal, const std::string& date, const std::string& label,
+                             const std::string& against = "512000") {
+    return {{.journal = journal, .date = date, .account = against, .debit = "9", .label = label},
+            {.journal = journal, .date = date, .account = "101000", .credit = "9", .label = label}};
+}
+
+TEST(Years, year_n_is_told_by_the_name_by_openings_or_by_dates) {
+    std::vector<FecLine> busy;
+    for (int i = 0; i < 20; ++i)
+        busy = busy + sales({"20240105", "20241220"});
     struct Case {
-        const char *earliest, *latest, *name, *first, *last;
+        std::vector<FecLine> lines;
+        const char *name, *first, *last, *source, *remark;
     };
-    constexpr Case CASES[] = {
-        {"20240115", "20241231", "x.txt", "20240101", "20241231"},
-        {"20210901", "20220831", "dir/0000000001FEC20220831.txt", "20210901", "20220831"},
-        {"20230103", "20230731", "111111111FEC20221231.TXT", "20230101", "20231231"}, // a name that cannot be
-        {"20240315", "20240920", "123fec20240930.txt", "20240301", "20240930"}, // a short year by its name
-        {"20230705", "20241220", "FEC20241231", "20230701", "20241231"},        // a long one
-        {"20230705", "20241105", "x", "20230701", "20241130"},                  // a long one by its dates
-        {"20240229", "20250131", "x", "20240201", "20250131"},
-        {"20240101", "20260101", "x", "", ""},
+    const Case CASES[] = {
+        // A line of January makes no year of 13 months.
+        {sales({"20240115", "20241220", "20250103"}), "x", "20240101", "20241231", "dates",
+         "2 lignes vont à l'exercice N + 1, du 01/01/2025 au 31/12/2025, la première à la ligne 6"},
+        {sales({"20240229", "20250131"}), "x", "20240201", "20250131", "dates", ""},
+        {sales({"20210905", "20220820"}), "123456789FEC20220831.txt", "20210901", "20220831",
+         "nom du fichier", ""},
+        {sales({"20240315", "20240920"}), "123456789fec20240930.txt", "20240301", "20240930",
+         "nom du fichier", ""},
+        {sales({"20230705", "20241220"}), "FEC20241231", "20240101", "20241231", "nom du fichier",
+         "2 lignes vont à l'exercice N - 1"},
+        {busy + sales({"20250103"}), "FEC20241231", "20240101", "20241231", "nom du fichier",
+         "2 lignes vont à l'exercice N + 1"},
+        // Names that tell no truth: years away, before the lines, half a year behind the last of them.
+        {sales({"20240115"}), "FEC19961231", "20240101", "20241231", "dates", ""},
+        {sales({"20230303", "20230731"}), "111111111FEC20221231", "20230301", "20240229", "dates", ""},
+        {sales({"20240315", "20240615"}), "FEC20241231", "20240301", "20250228", "dates", ""},
+        // Openings by journal, by label, by a journal used on the first day alone; provisional ones,
+        // corrections.
+        {sales({"20230505", "20241220"}) + opening("AN", "20240101", "x"), "x", "20240101", "20241231",
+         "à-nouveaux",
+         "2 lignes vont à l'exercice N - 1, du 01/01/2023 au 31/12/2023, la première à la ligne 2"},
+        {sales({"20240205"}) + opening("OD", "20240101", "À nouveaux 2024") + sales({"20230105"}), "x",
+         "20240101", "20241231", "à-nouveaux", "N - 1"},
+        {opening("XX", "20240315", "Apport") + sales({"20240402"}), "x", "20240315", "20250314", "à-nouveaux",
+         ""},
+        {opening("RAN", "20230101", "x") + sales({"20230303", "20231220"}) + opening("RAN", "20240101", "x"),
+         "x", "20230101", "20231231", "à-nouveaux", "2 lignes vont à l'exercice N + 1"},
+        {opening("AN", "20230101", "x") + opening("AN", "20230601", "x") + opening("AN", "20230101", "x") +
+             opening("AN", "20230101", "x") + opening("AN", "20230101", "x") +
+             opening("AN", "20230101", "x") + sales({"20230707"}),
+         "x", "20230101", "20231231", "à-nouveaux", ""},
+        // A share of profit speaks of "report à nouveau" as well, and so may a journal of something else.
+        {sales({"20240105"}) + opening("OD", "20240601", "Report à nouveau", "120000"), "x", "20240101",
+         "20241231", "dates", ""},
+        {sales({"20240105"}) + opening("OD", "20240601", "Affectation, report à nouveau"), "x", "20240101",
+         "20241231", "dates", ""},
     };
     for (const Case& one : CASES) {
-        const auto years =
-            years_from_dates(*day_of_digits(one.earliest), *day_of_digits(one.latest), one.name);
-        ASSERT_EQ(years.has_value(), *one.first != '\0') << one.earliest;
-        if (!years) continue;
-        EXPECT_EQ(years->first_day, *day_of_digits(one.first)) << one.earliest << " " << one.name;
-        EXPECT_EQ(years->last_day, *day_of_digits(one.last)) << one.earliest << " " << one.name;
+        Trial trial;
+        const FecSummary summary = trial.import_text(fec(one.lines), one.name);
+        SCOPED_TRACE(summary.to_json());
+        EXPECT_EQ(summary.years[1].first_day, day_of_digits(one.first));
+        EXPECT_EQ(summary.years[1].last_day, day_of_digits(one.last));
+        for (const FecYear& year : summary.years)
+            EXPECT_EQ(year.source, one.source);
+        EXPECT_EQ(summary.taken.lines, one.lines.size());
+        EXPECT_TRUE(*one.remark == '\0' ? summary.remarks.empty() : remarked(summary, one.remark));
+        EXPECT_EQ(trial.years().substr(0, 11),
+                  std::to_string(*day_of_digits(one.first)) + " " + std::to_string(*day_of_digits(one.last)));
     }
+}
+
+TEST(Years, what_finds_no_place_is_refused_with_the_options_to_run) {
+    const std::string three = fec(sales({"20220115", "20230115", "20240115"}));
+    Trial trial;
+    EXPECT_NE(trial.refusal(three).find("relancez avec --debut 01/01/2023 --fin 31/12/2023,"),
+              std::string::npos);
+    // A slip of the pen must not leave everything else out.
+    const std::string slip = fec(sales({"20140115", "20240115", "20240215"}));
+    trial.options.outside_bounds = true;
+    EXPECT_NE(trial.refusal(slip).find("--debut 01/01/2024 --fin 31/12/2024 --hors-bornes (2 lignes"),
+              std::string::npos);
+    trial.options.first_day = day_of_digits("20230101");
+    const FecSummary summary = trial.import_text(three);
+    EXPECT_EQ(summary.outside_bounds, 0U);
+    EXPECT_EQ(summary.years[0].taken.lines, 2U);
+    EXPECT_EQ(summary.years[2].taken.debit, 100);
+    EXPECT_EQ(summary.years[2].source, "options");
+}
+
+TEST(Years, a_wrong_guess_is_set_right_while_nothing_else_is_there) {
+    const ScratchFile file(
+        fec(sales({"20231230", "20240115", "20241220"}) +
+            std::vector<FecLine>{{.journal = "BQ", .date = "20240303", .debit = "1", .valid = ""}}));
+    const ScratchFile other(fec(sales({"20240303"})));
+    Trial trial;
+    (void)trial.import({file.path()});
+    EXPECT_EQ(trial.years(), "45261 45626 45627 45991");
+    const Snapshot guessed = snapshot(*trial.store);
+    Trial right;
+    for (Trial* one : {&trial, &right}) {
+        one->options.first_day = day_of_digits("20240101");
+        one->options.last_day = day_of_digits("20241231");
+        one->options.drafts = true;
+    }
+    const auto refused = [&](const std::vector<std::string>& paths) {
+        trial.options.paths = paths;
+        const Snapshot before = snapshot(*trial.store);
+        EXPECT_THROW((void)import_fec(*trial.store, trial.options, {}), BadInput);
+        EXPECT_EQ(snapshot(*trial.store), before);
+    };
+    refused({other.path()});
+    // An entry that came from elsewhere is never taken away.
+    const FileId entries = trial.store->file(files::DETAILECRITUREGENE);
+    trial.store->write(entries, "001XXN000001N0001", "");
+    refused({file.path()});
+    (void)trial.store->erase(entries, "001XXN000001N0001");
+
+    const FecSummary summary = trial.import({file.path()});
+    EXPECT_EQ(summary.years[1].source, "options");
+    EXPECT_TRUE(remarked(summary, "allait du 01/12/2023 au 30/11/2024"));
+    (void)right.import({file.path()});
+    EXPECT_EQ(snapshot(*trial.store), snapshot(*right.store));
+
+    trial.options.first_day.reset();
+    trial.options.last_day.reset();
+    EXPECT_EQ(trial.import({other.path()}).years[1].source, "base");
+    trial.options.first_day = day_of_digits("20231201");
+    refused({file.path()});
 }
 
 TEST(Years, around_year_n) {
@@ -179,6 +293,7 @@ TEST(Years, a_line_outside_is_refused_or_counted) {
     EXPECT_EQ(summary.entries, 2U);
     EXPECT_EQ(summary.outside_bounds, 2U);
     EXPECT_EQ(summary.debit, "800");
+    EXPECT_EQ(summary.taken.debit, 500);
     EXPECT_EQ(summary.journals, 1U);
     EXPECT_EQ(trial.years(), "45292 45657 45658 46022");
     trial.options.first_day = day_of_digits("20240201");
