@@ -7,7 +7,7 @@ cd "$1"
 faults=0
 
 pages=()
-for page in README.md docs/*.md src/*/README.md; do
+for page in README.md docs/*.md src/*/README.md tests/README.md tests/*/README.md; do
     [[ -f $page ]] && pages+=("$page")
 done
 

@@ -1,6 +1,7 @@
 // Any bytes as a query. A fault is: any failure but a refusal that names a place inside the text, or a record
 // that the query selects among others but not when it stands alone, or the other way round.
 #include "data/dyn_array.h"
+#include "fuzz/target.h"
 #include "platform/failures.h"
 #include "platform/text.h"
 #include "server/query_parser.h"
@@ -8,11 +9,9 @@
 #include "server/store.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
-namespace corvalissement::query_fuzz {
+namespace corvalissement::fuzz {
+namespace {
 
 struct Sample {
     const char* file;
@@ -54,7 +53,7 @@ constexpr Sample SAMPLES[] = {
      "-1"},
 };
 
-inline std::unique_ptr<Store> base_of(const Sample* first, const Sample* last) {
+std::unique_ptr<Store> base_of(const Sample* first, const Sample* last) {
     auto store = make_memory_store();
     for (const Sample* one = first; one != last; ++one)
         store->write(store->file(one->file), one->key, one->record);
@@ -63,7 +62,7 @@ inline std::unique_ptr<Store> base_of(const Sample* first, const Sample* last) {
     return store;
 }
 
-inline std::vector<std::string> selected(Store& store, const Query& query) {
+std::vector<std::string> selected(Store& store, const Query& query) {
     const DynArray result = run_query(store, query, {QueryField{}});
     std::vector<std::string> keys;
     for (std::size_t i = 1; i <= result.DCount(); ++i)
@@ -74,29 +73,25 @@ inline std::vector<std::string> selected(Store& store, const Query& query) {
     return keys;
 }
 
-[[noreturn]] inline void fault(const char* text) {
-    std::fprintf(stderr, "fault: %s\n", text);
-    std::abort();
-}
-
-inline bool refused_in_place(const StepFailure& failure, std::string_view text) {
+bool refused_in_place(const StepFailure& failure, std::string_view text) {
     constexpr std::string_view START = "requête, caractère ";
     if (failure.number() != ERR_QUERY || !failure.text().starts_with(START)) return false;
     const unsigned long position = std::strtoul(failure.text().c_str() + START.size(), nullptr, 10);
     return position >= 1 && position <= char_count(text) + 1;
 }
 
-} // namespace corvalissement::query_fuzz
+} // namespace
+} // namespace corvalissement::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace corvalissement;
-    using namespace corvalissement::query_fuzz;
-    const std::string text(reinterpret_cast<const char*>(data), size);
+    using namespace corvalissement::fuzz;
+    const std::string text = text_of(data, size);
     Query query;
     try {
         query = parse_query(text);
     } catch (const StepFailure& failure) {
-        if (!refused_in_place(failure, text)) fault("a refusal without its place");
+        require(refused_in_place(failure, text), "a refusal without its place");
         return 0;
     }
     static const auto whole = base_of(std::begin(SAMPLES), std::end(SAMPLES));
@@ -108,6 +103,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         alone.insert(alone.end(), keys.begin(), keys.end());
     }
     std::sort(alone.begin(), alone.end());
-    if (selected(*whole, query) != alone) fault("a record is selected for the company it keeps");
+    require(selected(*whole, query) == alone, "a record is selected for the company it keeps");
     return 0;
 }

@@ -62,9 +62,11 @@ void put(Store& store, const TestLedger& ledger) {
     put_balances(store, "BALANCEGENETEMPO", "DETAILECRITUREGENETEMPO", ledger.drafts);
 }
 
-void run_edition(const TestLedger& ledger, const Selection& selection, EditionResult& result) {
+void run_edition(const TestLedger& ledger, const Selection& selection, EditionResult& result,
+                 const std::function<void(Store&)>& damage) {
     auto store = make_memory_store();
     put(*store, ledger);
+    if (damage) damage(*store);
     ServerSession session(std::move(store));
     LedgerFiles files;
     files.open(session);

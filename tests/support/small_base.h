@@ -7,6 +7,7 @@
 #include "support/recording.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -50,7 +51,9 @@ struct EditionResult {
     PrintState state;
 };
 
-// Runs the queries of the selection and prints the edition, as the routing does on a page printer.
-void run_edition(const TestLedger& ledger, const Selection& selection, EditionResult& result);
+// Runs the queries of the selection and prints the edition, as the routing does on a page printer. `damage`,
+// which may be empty, gets at the base before.
+void run_edition(const TestLedger& ledger, const Selection& selection, EditionResult& result,
+                 const std::function<void(Store&)>& damage = {});
 
 } // namespace corvalissement::testing_support
