@@ -100,13 +100,15 @@ void Frm_AffectCompta::Form_Load() { Remplir_Liste_Pos(); }
 
 void Frm_AffectCompta::set_DroitsUtilisateur(std::shared_ptr<UserRights> rights) {
     W_Droits = std::move(rights);
+    if (!W_Droits) throw StepFailure(ERR_OTHER, "aucun objet de droits n'a été donné");
     W_DroitEdition = W_Droits->DroitSur(RIGHT_EDITION);
 }
 
 void Frm_AffectCompta::Init() { ProfilAffectation(); }
 
 void Frm_AffectCompta::ProfilAffectation() {
-    if (!W_DroitEdition || W_DroitEdition->Niveau() != LEVEL_EDITION) Cmd_Affecter.set_visible(false);
+    if (!W_DroitEdition) throw StepFailure(ERR_OTHER, "les droits de l'utilisateur n'ont pas été donnés");
+    if (W_DroitEdition->Niveau() != LEVEL_EDITION) Cmd_Affecter.set_visible(false);
 }
 
 bool Frm_AffectCompta::Form_Unload() {

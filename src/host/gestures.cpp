@@ -230,7 +230,8 @@ Reached choose_entry(Field& entry) {
 
 Reached drag(Field& source, Field& target) {
     if (press_mouse(source, 1) == Reached::no || !target.view().user_reaches(target)) return Reached::no;
-    if (target.DragDrop) target.DragDrop();
+    // Rows are dragged out of a list of several; a press on anything else begins no drag.
+    if (source.spec().multi && target.DragDrop) target.DragDrop();
     return Reached::yes;
 }
 

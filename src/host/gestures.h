@@ -55,6 +55,7 @@ Reached press_mouse(Field& field, int button);
 Reached press_mouse(View& view, int button);
 // Chooses the entry of a menu that has popped up.
 Reached choose_entry(Field& entry);
+// From a list of several; nothing is dropped that was not dragged out of one.
 Reached drag(Field& source, Field& target);
 
 } // namespace gestures

@@ -209,6 +209,7 @@ private:
     void glisser() {
         Field& source = next_field();
         const std::string from = name_;
+        if (!source.spec().multi) refuse("rien ne se glisse depuis le champ « " + from + " »");
         Field& target = next_field();
         if (!source.view().user_reaches(source)) name_ = from;
         check(gestures::drag(source, target));

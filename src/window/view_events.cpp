@@ -163,7 +163,7 @@ bool ViewWidget::key_pressed(Field& field, QWidget* widget, const QKeyEvent& eve
 
 bool ViewWidget::key_in_text(Field& field, QLineEdit& edit, const QKeyEvent& event) {
     if (is_enter(event)) {
-        act([&] { gestures::press(field, KEY_ENTER); });
+        type_at_caret(field, edit, KEY_ENTER); // a date takes it for a separator
         return true;
     }
     const auto held = event.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
@@ -196,10 +196,14 @@ void ViewWidget::type_at_caret(Field& field, QLineEdit& edit, int key) {
     const gestures::Caret caret{char_count(field_text(before.left(start))), char_count(field_text(selected))};
     act([&] { gestures::press(field, key, caret); });
     const QString after = edit.text();
-    // A letter typed over itself changes no text, but takes the selection's place like any other.
+    // A letter typed over itself changes no text, but takes the selection's place like any other; and so does
+    // whatever a date turns into its separator, typed over one.
     const char32_t typed = static_cast<char32_t>(key);
+    const auto was = [&](const QString& character) {
+        return before == before.left(start) + character + rest;
+    };
     const bool over_itself =
-        key >= KEY_SPACE && before == before.left(start) + QString::fromUcs4(&typed, 1) + rest;
+        key != KEY_BACKSPACE && (was(QString::fromUcs4(&typed, 1)) || was(QStringLiteral("/")));
     if ((after != before || over_itself) && after.endsWith(rest))
         edit.setCursorPosition(static_cast<int>(after.size() - rest.size()));
 }

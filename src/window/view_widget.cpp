@@ -473,6 +473,7 @@ void ViewWidget::refresh_rows(Part& part) {
 void ViewWidget::refresh_progress(const Part& part, bool at_once) {
     const auto& field = static_cast<const ProgressBarField&>(*part.field);
     auto* bar = static_cast<QProgressBar*>(part.widget);
+    if (bar->isEnabledTo(this) != field.enabled()) bar->setEnabled(field.enabled());
     const double done = static_cast<double>(field.value()) / static_cast<double>(field.max());
     const int pixel = static_cast<int>(done * bar->width());
     const bool shown = bar->isVisibleTo(this) == field.visible();

@@ -66,7 +66,8 @@ public:
         QSize wanted = view_->sizeHint();
         const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 2;
         if (wanted.height() > room.height()) wanted.rwidth() += bar; // beside the bar of what is too high
-        resize(wanted.boundedTo(room));
+        setGeometry(QStyle::alignedRect(Qt::LeftToRight, Qt::AlignCenter, wanted.boundedTo(room),
+                                        screen()->availableGeometry()));
         // In this order: an area that was smaller than its widget for a moment keeps its scroll bars.
         layout->activate();
         area->setWidgetResizable(true);

@@ -1,6 +1,7 @@
 // Start and end of the control: what a host may forget, what a failing base leaves, what the end releases.
 #include "control/ctr_corvalissement.h"
 #include "data/keys.h"
+#include "host/fixed_rights.h"
 #include "server/session.h"
 #include "support/faulty_session.h"
 #include "support/test_host.h"
@@ -31,6 +32,19 @@ TEST(LifeCycle, rights_are_asked_when_set_and_missed_at_Init) {
     EXPECT_EQ(error_of([&] { control.Init(); }), ERR_STORE);
     EXPECT_TRUE(control.enabled()) << "no routine leaves a dead form";
     EXPECT_EQ(host.pointers.back(), POINTER_NORMAL);
+}
+
+TEST(LifeCycle, dialog_misses_rights_as_the_control_does) {
+    TestHost host;
+    Frm_AffectCompta dialog(host);
+    EXPECT_NE(error_of([&] { dialog.set_DroitsUtilisateur(nullptr); }), 0);
+    EXPECT_NE(error_of([&] { dialog.Init(); }), 0);
+    for (const std::int32_t level : {1, LEVEL_EDITION}) {
+        dialog.set_DroitsUtilisateur(std::make_shared<FixedRights>(level));
+        dialog.Init();
+        EXPECT_EQ(dialog.find("Cmd_Affecter")->visible(), level == LEVEL_EDITION);
+        dialog.find("Cmd_Affecter")->set_visible(true);
+    }
 }
 
 TEST(LifeCycle, file_that_cannot_be_opened_reaches_the_host) {

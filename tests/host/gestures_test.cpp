@@ -159,6 +159,11 @@ TEST(Gestures, list_keeps_current_row_and_selection) {
     form.liste.remove_row(0);
     EXPECT_EQ(form.liste.list_index(), -1);
     EXPECT_EQ(form.liste.selection(), std::vector{1});
+    int dropped = 0;
+    form.liste.DragDrop = [&] { ++dropped; };
+    for (Field* source : {static_cast<Field*>(&form.un), static_cast<Field*>(&form.liste)})
+        EXPECT_EQ(gestures::drag(*source, form.liste), Reached::yes);
+    EXPECT_EQ(dropped, 1) << "a drag begins in a list of several";
     form.liste.insert_row(0, "neuf");
     EXPECT_EQ(form.liste.selection(), std::vector{2});
     EXPECT_EQ(clicks, 0);
