@@ -1,6 +1,7 @@
 // Who edits, and what is left when a step fails: the view always comes back, the document always ends.
 #include "data/variable.h"
 #include "launch/routing.h"
+#include "launch/server_edition.h"
 #include "server/session.h"
 #include "support/faulty_session.h"
 #include "support/small_base.h"
@@ -179,6 +180,13 @@ TEST(Routing, server_s_answer_on_the_printer_decides) {
         EXPECT_EQ(route.commands->lines.size(), 2U) << "no edition";
         EXPECT_EQ(route.host.messages.size(), messages);
     }
+}
+
+TEST(Routing, keys_joined_for_the_server_have_their_odd_ends) {
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{}, "|"}, {{"a"}, "a|"}, {{"a", "b"}, "a|b"}, {{"a", "b", "c"}, "a|b|c"}};
+    for (const auto& [keys, joined] : cases)
+        EXPECT_EQ(joined_keys(DynArray(record_of(keys))), joined);
 }
 
 TEST(Routing, graphic_file_needs_no_printer) {
