@@ -1,6 +1,7 @@
 #include "main_window.h"
 
 #include "import_dialog.h"
+#include "importers/bad_input.h"
 #include "server/store.h"
 #include "window/help_window.h"
 #include "window/preview_window.h"
@@ -295,6 +296,12 @@ void MainWindow::import(const FecOptions& options) {
     } catch (const ImportGivenUp&) {
         progress.close();
         statusBar()->showMessage(tr("Importation abandonnée : la base est inchangée."));
+    } catch (const BadInput& bad) {
+        progress.close();
+        QString told = shown_text(bad.text());
+        for (const std::string& fault : bad.others())
+            told += QLatin1Char('\n') + shown_text(fault);
+        QMessageBox::warning(this, windowTitle(), told + tr("\n\nLa base est inchangée."));
     } catch (const std::exception& failure) {
         progress.close();
         tell_failure(failure);

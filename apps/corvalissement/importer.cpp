@@ -25,10 +25,18 @@ int run_importer(ImporterOptions options) {
     }
     if (std::string fault = fault_of_options(options.fec); !fault.empty()) throw UsageError(fault);
     FecSummary summary;
-    fill_embedded_store(options.base, [&](Store& store) {
-        ProgressBar bar("importation");
-        summary = import_fec(store, options.fec, bar.sink());
-    });
+    try {
+        fill_embedded_store(options.base, [&](Store& store) {
+            ProgressBar bar("importation");
+            summary = import_fec(store, options.fec, bar.sink());
+        });
+    } catch (const BadInput& bad) {
+        complain(bad.text());
+        for (const std::string& fault : bad.others())
+            complain(fault);
+        complain("la base est inchangée");
+        return BAD_INPUT;
+    }
     std::cout << summary.to_json() << std::endl;
     require_standard_output();
     return DONE;

@@ -39,9 +39,18 @@ std::string plain_part(std::string_view text) {
     return part;
 }
 
+// What stands before a third party's code: nothing when the code begins like its account, as in "401DURAND".
+// Any other code that begins with a 4 is kept from making an account of another kind, as 40 and "411DURAND"
+// or "4X" would make one of suppliers of fixed assets.
+std::string_view third_party_start(const AccountName& name) {
+    if (name.third_party.empty() || name.number.starts_with(name.third_party)) return "";
+    if (!name.number.starts_with('4')) return name.third_party;
+    return name.third_party == "40" ? "400" : "410";
+}
+
 // Five characters that stay, five worked out from the whole name and the number of the attempt.
 std::string shortened(const AccountName& name, std::uint64_t attempt) {
-    std::string number = name.third_party + plain_part(name.number);
+    std::string number = std::string(third_party_start(name)) + plain_part(name.number);
     number.resize(5, '0');
     std::uint64_t hash = hash_of(name.identity(), attempt);
     for (std::size_t i = 0; i < 5; ++i) {
@@ -59,17 +68,12 @@ int rank(const AccountName& name) {
 }
 
 std::string third_party_account(const AccountName& name) {
-    std::string number;
-    if (name.number.starts_with(name.third_party)) {
-        number = name.number;
-    } else if (std::all_of(name.number.begin(), name.number.end(), is_digit)) {
-        // Codes that are numbers keep their order and stay apart from one another: 1, 10 and 100.
-        number = name.third_party;
-        if (name.number.size() < 8) number.append(8 - name.number.size(), '0');
-        number += name.number;
-    } else {
-        number = name.third_party + name.number;
-    }
+    // Codes that are numbers keep their order and stay apart from one another: 1, 10 and 100.
+    const bool number_padded = !name.number.starts_with(name.third_party) && name.number.size() < 8 &&
+                               std::all_of(name.number.begin(), name.number.end(), is_digit);
+    std::string number = number_padded ? name.third_party + std::string(8 - name.number.size(), '0')
+                                       : std::string(third_party_start(name));
+    number += name.number;
     if (number.size() > ACCOUNT_LENGTH) return "";
     number.resize(ACCOUNT_LENGTH, '0');
     return number;

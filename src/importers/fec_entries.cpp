@@ -11,12 +11,16 @@ namespace corvalissement {
 
 bool no_number(std::string_view number) { return number.find_first_not_of('0') == std::string_view::npos; }
 
-void BalanceWatch::add(std::size_t number, const FecRow& row) {
+bool UnbalancedEntry::is_split() const noexcept {
+    return std::count_if(nets.begin(), nets.end(), [](std::int64_t net) { return net != 0; }) > 1;
+}
+
+void BalanceWatch::add(std::size_t number, std::optional<BookedPeriod> period, const FecRow& row) {
     if (number >= journals_.size()) journals_.resize(number + 1);
     Journal& journal = journals_[number];
-    add_to_run(journal.all, row);
+    if (period) add_to_run(journal.all, *period, row);
     if (no_number(row.number)) {
-        add_to_run(journal.loose, row);
+        if (period) add_to_run(journal.loose, *period, row);
         return;
     }
     if (journal.lines == 0 || row.number != journal.number) {
@@ -25,34 +29,42 @@ void BalanceWatch::add(std::size_t number, const FecRow& row) {
             ++journal.changes;
         }
         journal.number.assign(row.number);
-        journal.current = {0, row.line};
+        journal.current = {{}, row.line};
     }
     ++journal.lines;
-    journal.current.net += row.net();
+    journal.current.nets[period ? static_cast<std::size_t>(*period) : OUTSIDE] += row.net();
 }
 
-void BalanceWatch::add_to_run(Run& run, const FecRow& row) {
+void BalanceWatch::add_to_run(Run& run, BookedPeriod period, const FecRow& row) {
     if (run.net != 0 && run.date != row.date) end_run(run);
     if (run.net == 0) {
         run.date = row.date;
         run.line = row.line;
+        run.place = static_cast<std::size_t>(period);
     }
     run.net += row.net();
+    run.total += row.net();
 }
 
 void BalanceWatch::end_run(Run& run) {
-    if (run.net != 0) run.faults.push_back({"", run.line, run.net});
+    if (run.net != 0) {
+        UnbalancedEntry& fault = run.faults.emplace_back();
+        fault.line = run.line;
+        fault.nets[run.place] = run.net;
+    }
     run.net = 0;
 }
 
 // The lines of a number need not stand together: what is left open waits for the rest.
 void BalanceWatch::close_number(Journal& journal) {
-    if (journal.useless || (journal.current.net == 0 && journal.open.empty())) return;
+    const bool settled = journal.current.settled();
+    if (journal.useless || (settled && journal.open.empty())) return;
     const auto found = journal.open.find(journal.number);
     if (found != journal.open.end()) {
-        found->second.net += journal.current.net;
-        if (found->second.net == 0) journal.open.erase(found);
-    } else if (journal.current.net != 0) {
+        for (std::size_t i = 0; i < found->second.nets.size(); ++i)
+            found->second.nets[i] += journal.current.nets[i];
+        if (found->second.settled()) journal.open.erase(found);
+    } else if (!settled) {
         journal.open.emplace(journal.number, journal.current);
     }
     if (journal.open.size() > MOST_SINGLES && journal.changes + 1 == journal.lines) {
@@ -63,7 +75,7 @@ void BalanceWatch::close_number(Journal& journal) {
 
 bool BalanceWatch::numbers_are_useless(const Journal& journal) {
     return journal.useless || (journal.lines > 1 && journal.changes + 1 == journal.lines &&
-                               (journal.current.net != 0 || !journal.open.empty()));
+                               (!journal.current.settled() || !journal.open.empty()));
 }
 
 std::vector<bool> BalanceWatch::unnumbered() const {
@@ -73,21 +85,32 @@ std::vector<bool> BalanceWatch::unnumbered() const {
     return result;
 }
 
-std::vector<UnbalancedEntry> BalanceWatch::unbalanced(std::size_t number) {
+void BalanceWatch::tell(Run& run, UnbalancedEntries& entries) {
+    end_run(run);
+    if (run.total == 0)
+        entries.doubtful = run.faults.size();
+    else
+        entries.told = run.faults;
+}
+
+UnbalancedEntries BalanceWatch::unbalanced(std::size_t number) {
+    UnbalancedEntries result;
+    if (number >= journals_.size()) return result;
     Journal& journal = journals_[number];
     if (numbers_are_useless(journal)) {
-        end_run(journal.all);
-        return journal.all.faults;
+        tell(journal.all, result);
+        return result;
     }
-    end_run(journal.loose);
-    std::vector<UnbalancedEntry> result = journal.loose.faults;
+    tell(journal.loose, result);
     if (journal.lines > 0) {
         close_number(journal);
         journal.current = {};
     }
-    for (const auto& [name, open] : journal.open)
-        result.push_back({name, open.line, open.net});
-    std::sort(result.begin(), result.end(),
+    for (const auto& [name, open] : journal.open) {
+        const UnbalancedEntry entry{name, open.line, open.nets};
+        if (entry.net() != 0 || entry.is_split()) result.told.push_back(entry);
+    }
+    std::sort(result.told.begin(), result.told.end(),
               [](const UnbalancedEntry& a, const UnbalancedEntry& b) { return a.line < b.line; });
     return result;
 }

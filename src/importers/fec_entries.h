@@ -8,7 +8,9 @@
 #include "importers/fec_rows.h"
 #include "importers/ledger_writer.h"
 
+#include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -16,23 +18,39 @@
 
 namespace corvalissement {
 
-// An entry whose debit and credit differ.
+// Debit less credit in each of the three years, by BookedPeriod, and last of the lines outside them.
+using PeriodNets = std::array<std::int64_t, 4>;
+inline constexpr std::size_t OUTSIDE = 3;
+
+// An entry whose debit and credit differ in what is taken of it.
 struct UnbalancedEntry {
     std::string number; // "" for a run without a number
     std::uint64_t line = 0;
-    std::int64_t net = 0;
+    PeriodNets nets{};
+
+    // Of the lines taken.
+    [[nodiscard]] std::int64_t net() const noexcept { return nets[0] + nets[1] + nets[2]; }
+    // It lies in several years, or partly outside them, and balances in none.
+    [[nodiscard]] bool is_split() const noexcept;
+};
+
+struct UnbalancedEntries {
+    std::vector<UnbalancedEntry> told; // in the order of their first lines
+    // Runs of lines without useful numbers that don't balance while their journal does: where one entry ends
+    // and the next begins is only guessed, so that they say little.
+    std::uint64_t doubtful = 0;
 };
 
 // Watches the lines of a file go by and finds the entries out of balance. Keeps only those that are open.
 class BalanceWatch {
 public:
-    void add(std::size_t journal, const FecRow& row);
+    // Lines outside the three years (`period` empty) are left out, and watched for the entries they break.
+    void add(std::size_t journal, std::optional<BookedPeriod> period, const FecRow& row);
 
     // The two below are answered once the last line was added.
     // By journal: true when every line has a number of its own, so that numbers make no entries.
     [[nodiscard]] std::vector<bool> unnumbered() const;
-    // In the order of their first lines.
-    [[nodiscard]] std::vector<UnbalancedEntry> unbalanced(std::size_t journal);
+    [[nodiscard]] UnbalancedEntries unbalanced(std::size_t journal);
 
 private:
     // Numbers kept open in a journal that has shown no number twice, before the numbers count as useless.
@@ -41,12 +59,15 @@ private:
     struct Run {
         std::int64_t date = 0;
         std::int64_t net = 0;
+        std::size_t place = 0;  // in PeriodNets
+        std::int64_t total = 0; // of all runs
         std::uint64_t line = 0;
         std::vector<UnbalancedEntry> faults;
     };
     struct Open {
-        std::int64_t net = 0;
+        PeriodNets nets{};
         std::uint64_t line = 0;
+        [[nodiscard]] bool settled() const noexcept { return nets == PeriodNets{}; }
     };
     struct Journal {
         std::string number; // of the last numbered line
@@ -59,8 +80,9 @@ private:
         Run all;   // all lines
     };
 
-    static void add_to_run(Run& run, const FecRow& row);
+    static void add_to_run(Run& run, BookedPeriod period, const FecRow& row);
     static void end_run(Run& run);
+    static void tell(Run& run, UnbalancedEntries& entries);
     static void close_number(Journal& journal);
     [[nodiscard]] static bool numbers_are_useless(const Journal& journal);
 

@@ -7,6 +7,8 @@
 #include "importers/fec_rows.h"
 #include "platform/text.h"
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
 namespace corvalissement {
@@ -33,6 +35,10 @@ std::string amount_text(std::int64_t amount) {
     text.push_back(',');
     append_padded(text, size % 100, 2);
     return text;
+}
+
+std::string text_of(const LineSums& sums) {
+    return "débit " + amount_text(sums.debit) + ", crédit " + amount_text(sums.credit);
 }
 
 // Numbers texts from 0 in the order of their first appearance.
@@ -80,6 +86,7 @@ struct Journal {
     std::string name; // in the file
     std::string code;
     Label label;
+    bool taken = false;     // has a line that is not left out
     std::size_t number = 0; // at the ledger writer
 };
 
@@ -87,7 +94,8 @@ struct Account {
     AccountName name;
     std::string number;
     Label label;
-    std::size_t id = 0; // at the ledger writer
+    std::size_t id = 0;           // at the ledger writer
+    std::array<bool, 3> drafts{}; // by BookedPeriod
 };
 
 // One file on its way into the base. The plan pass looks at every line; with its answers (codes, entries) the
@@ -101,10 +109,17 @@ public:
           progress_(progress), evidence_(!shared.years) {}
 
     // The first pass: looks at every line and writes nothing. Lines outside years that are known are left
-    // out. BadInput when lines lie outside and should not.
+    // out. BadInput, with the first faults of the file, when it can't be taken as it is.
     void plan() {
-        plan_lines();
-        if (shared_.years) check_bounds();
+        collect([this] { plan_lines(); });
+        if (shared_.years) collect([this] { check_bounds(); });
+        if (faults_.empty()) return;
+        std::stable_sort(faults_.begin(), faults_.end(),
+                         [](const BadInput& a, const BadInput& b) { return a.line() < b.line(); });
+        if (faults_.size() >= MOST_FAULTS)
+            faults_.emplace_back(file_.path(), 0,
+                                 "lecture arrêtée après " + std::to_string(faults_.size()) + " fautes");
+        throw BadInput(faults_);
     }
 
     // REQUIRES the plan, made without years. BadInput when no year can be told from the file.
@@ -135,6 +150,9 @@ public:
     }
 
 private:
+    static constexpr std::size_t MOST_FAULTS = 20;  // told of a file that is refused
+    static constexpr std::uint64_t MOST_NAMED = 20; // accounts in one remark
+
     struct DraftBook {
         DraftEntries entries;
         DraftPlan plan;
@@ -143,6 +161,27 @@ private:
 
     [[noreturn]] void refuse(std::uint64_t line, const std::string& reason) const {
         throw BadInput(file_.path(), line, reason);
+    }
+
+    template <class Step>
+    void collect(Step step) {
+        try {
+            step();
+        } catch (const BadInput& bad) {
+            faults_.push_back(bad);
+        }
+    }
+
+    // The next line that can be understood; the others are noted.
+    bool next_sound(FecRows& rows, FecRow& row) {
+        while (faults_.size() < MOST_FAULTS) {
+            try {
+                return rows.next(row);
+            } catch (const BadLine& bad) {
+                faults_.push_back(bad);
+            }
+        }
+        return false;
     }
 
     // For a later file of a call the years are as settled as those of a base.
@@ -157,14 +196,17 @@ private:
     void plan_lines() {
         FecRows rows(file_, facts_);
         FecRow row;
-        while (rows.next(row)) {
+        while (next_sound(rows, row)) {
             count(row);
-            if (shared_.years && !period_of(row.date)) {
-                evidence_.add(0, row);
+            const auto period = shared_.years ? period_of(row.date) : BookedPeriod::current;
+            const std::size_t journal = see_journal(row);
+            evidence_.add(journal, row);
+            watch_.add(journal, period, row);
+            if (!period) {
                 ++outcome_.outside;
                 continue;
             }
-            evidence_.add(see_codes(row), row);
+            see_codes(row, journal);
             has_drafts_ = has_drafts_ || !row.validated;
             if (row.debit && row.credit)
                 remarks_.add("débit et crédit sur une même ligne",
@@ -215,7 +257,8 @@ private:
                    (source == YearSource::base ? "" : ", ou avec d'autres --debut et --fin"));
     }
 
-    // Lines that go to another year than N, which their reader may not expect.
+    // What each year gets, and what its reader may not expect: lines of another year than N, years that the
+    // bounds leave out of balance, what is left out.
     void note_years() {
         outcome_.years = shared_.years;
         if (guessed_elsewhere()) outcome_.years->source = YearSource::base;
@@ -223,16 +266,25 @@ private:
             {BookedPeriod::previous, exercice::PRECEDENT},
             {BookedPeriod::current, exercice::COURANT},
             {BookedPeriod::next, exercice::SUIVANT}};
+        LineSums taken;
         for (const auto& [period, name] : PERIODS) {
             const auto [first, last] = shared_.years->years.bounds_of(period);
             const LineSums sums = evidence_.sums(first, last);
             outcome_.taken[static_cast<std::size_t>(period)] = sums;
-            if (period == BookedPeriod::current || sums.lines == 0) continue;
-            remarks_.add("", counted(sums.lines, "ligne va", "lignes vont") + " à l'exercice " +
-                                 std::string(name) + ", " + text_of(first, last) +
-                                 ", la première à la ligne " +
-                                 std::to_string(evidence_.first_line(first, last)));
+            taken = {taken.lines + sums.lines, taken.debit + sums.debit, taken.credit + sums.credit};
+            const std::string year = "l'exercice " + std::string(name) + ", " + text_of(first, last);
+            if (period != BookedPeriod::current && sums.lines > 0)
+                remarks_.add("", counted(sums.lines, "ligne va", "lignes vont") + " à " + year +
+                                     ", la première à la ligne " +
+                                     std::to_string(evidence_.first_line(first, last)));
+            if (sums.debit != sums.credit && sums.lines < outcome_.lines)
+                remarks_.add("", year + ", n'est pas équilibré : " + text_of(sums));
         }
+        if (outcome_.outside > 0)
+            remarks_.add("", counted(outcome_.outside, "ligne laissée", "lignes laissées") +
+                                 " de côté, hors des trois exercices : " +
+                                 text_of({0, outcome_.debit - taken.debit, outcome_.credit - taken.credit}) +
+                                 " ; pris : " + text_of(taken));
         if (outcome_.years->guessed() && !lies_in_year_n())
             remarks_.add(
                 "", "l'exercice N, " +
@@ -260,16 +312,20 @@ private:
                (row.account.starts_with("40") || row.account.starts_with("41"));
     }
 
-    // The number of the row's journal.
-    std::size_t see_codes(const FecRow& row) {
+    std::size_t see_journal(const FecRow& row) {
         std::size_t journal = number_of_journal(row);
         if (journal == TextNumbers::NONE) {
             bool fresh = false;
             journal = journal_numbers_.add(row.journal, fresh);
-            journals_.push_back({std::string(row.journal), "", {}, 0});
+            last_journal_ = journal;
+            journals_.push_back({std::string(row.journal), "", {}, false, 0});
         }
+        return journal;
+    }
+
+    void see_codes(const FecRow& row, std::size_t journal) {
+        journals_[journal].taken = true;
         journals_[journal].label.see(row.journal_label);
-        watch_.add(journal, row);
 
         bool fresh = false;
         const std::size_t account = account_numbers_.add(identity_of(row), fresh);
@@ -278,18 +334,21 @@ private:
             const AccountName name =
                 own ? AccountName{std::string(row.auxiliary), std::string(row.account.substr(0, 2))}
                     : AccountName{std::string(row.account), ""};
-            accounts_.push_back({name, "", {}, 0});
+            accounts_.push_back({name, "", {}, 0, {}});
         }
         accounts_[account].label.see(own && !row.auxiliary_label.empty() ? row.auxiliary_label
                                                                          : row.account_label);
         lettering_.note(account, row.lettering);
-        return journal;
     }
 
     void settle_codes() {
         std::vector<std::string> journal_names;
-        for (const Journal& journal : journals_)
+        std::vector<Journal*> taken;
+        for (Journal& journal : journals_) {
+            if (!journal.taken) continue;
             journal_names.push_back(journal.name);
+            taken.push_back(&journal);
+        }
         std::vector<std::string> codes;
         try {
             codes = shared_.codes.journals(journal_names);
@@ -297,11 +356,11 @@ private:
             throw BadInput(file_.path(), 0, refused.reason());
         }
         for (std::size_t i = 0; i < codes.size(); ++i) {
-            journals_[i].code = codes[i];
-            journals_[i].number = shared_.ledger.journal(codes[i]);
+            taken[i]->code = codes[i];
+            taken[i]->number = shared_.ledger.journal(codes[i]);
             outcome_.journals.insert(codes[i]);
-            if (codes[i] != journals_[i].name)
-                remarks_.add("journaux renommés", "journal " + journals_[i].name + " devient " + codes[i]);
+            if (codes[i] != taken[i]->name)
+                remarks_.add("journaux renommés", "journal " + taken[i]->name + " devient " + codes[i]);
         }
         std::vector<AccountName> account_names;
         for (const Account& account : accounts_)
@@ -324,13 +383,39 @@ private:
             remarks_.add("", "le fichier n'est pas équilibré : débit " + amount_text(outcome_.debit) +
                                  ", crédit " + amount_text(outcome_.credit));
         unnumbered_ = watch_.unnumbered();
-        for (std::size_t i = 0; i < journals_.size(); ++i)
-            for (const UnbalancedEntry& entry : watch_.unbalanced(i))
-                remarks_.add("écritures non équilibrées",
-                             "écriture " + journals_[i].name +
+        for (std::size_t i = 0; i < journals_.size(); ++i) {
+            const UnbalancedEntries unbalanced = watch_.unbalanced(i);
+            if (unbalanced.doubtful > 0)
+                remarks_.add("journaux sans numéros",
+                             "journal " + journals_[i].name +
+                                 " : équilibré dans son ensemble, mais sans numéros d'écriture qui disent où "
+                                 "chaque écriture finit ; " +
+                                 counted(unbalanced.doubtful, "suite de lignes ne l'est",
+                                         "suites de lignes ne le sont") +
+                                 " pas");
+            for (const UnbalancedEntry& entry : unbalanced.told)
+                note_unbalanced(journals_[i], entry);
+        }
+    }
+
+    void note_unbalanced(const Journal& journal, const UnbalancedEntry& entry) {
+        const std::string name = "écriture " + journal.name +
                                  (entry.number.empty() ? "" : " " + entry.number) + " (ligne " +
-                                 std::to_string(entry.line) + ") non équilibrée : débit moins crédit " +
-                                 amount_text(entry.net));
+                                 std::to_string(entry.line) + ")";
+        if (!entry.is_split()) {
+            remarks_.add("écritures non équilibrées",
+                         name + " non équilibrée : débit moins crédit " + amount_text(entry.net()));
+            return;
+        }
+        constexpr std::array<std::string_view, 4> PLACES{exercice::PRECEDENT, exercice::COURANT,
+                                                         exercice::SUIVANT, "hors bornes"};
+        std::string parts;
+        for (std::size_t i = 0; i < PLACES.size(); ++i)
+            if (entry.nets[i] != 0)
+                parts +=
+                    (parts.empty() ? " " : ", ") + std::string(PLACES[i]) + " " + amount_text(entry.nets[i]);
+        remarks_.add("écritures coupées",
+                     name + " coupée par les bornes des exercices : débit moins crédit" + parts);
     }
 
     [[nodiscard]] bool is_draft(const FecRow& row, BookedPeriod period) const {
@@ -437,6 +522,7 @@ private:
         const std::size_t sequence = drafts_->plan.sequence_of_entry[entry];
         key_ = drafts_->plan.sequences[sequence].key;
         append_padded(key_, ++drafts_->lines[sequence], 5);
+        accounts_[account].drafts[static_cast<std::size_t>(period)] = true;
         compose_entry(record_, shared_.ledger.account_key(accounts_[account].id), text_of_row(row, account));
         shared_.store.write(shared_.store.file(files::BROUILLARDDETAIL), key_, record_);
     }
@@ -450,16 +536,45 @@ private:
             record.set(3, std::to_string(sequence.credit));
             shared_.store.write(shared_.store.file(files::BROUILLARDTETE), sequence.key, record.text());
             lines += sequence.lines;
+            if (sequence.debit != sequence.credit)
+                remarks_.add("séquences non équilibrées",
+                             "séquence de brouillard " + sequence.key +
+                                 " non équilibrée, elle ne peut pas être affectée : " +
+                                 text_of({0, sequence.debit, sequence.credit}));
         }
         outcome_.drafts = drafts_->plan.sequences.size();
         if (lines > 0)
             remarks_.add("", counted(lines, "ligne", "lignes") + " sans date de validation dans " +
                                  counted(outcome_.drafts, "séquence", "séquences") + " de brouillard");
+        note_drafts_without_ledger(BookedPeriod::current, exercice::COURANT);
+        note_drafts_without_ledger(BookedPeriod::next, exercice::SUIVANT);
+    }
+
+    // An edition walks the ledger's accounts and takes drafts in as it goes; account fields refuse an account
+    // that has no balance in the year.
+    void note_drafts_without_ledger(BookedPeriod period, std::string_view year) {
+        std::string numbers;
+        std::uint64_t count = 0;
+        for (const Account& account : accounts_) {
+            if (!account.drafts[static_cast<std::size_t>(period)] ||
+                shared_.ledger.has_entries(period, account.id))
+                continue;
+            if (++count <= MOST_NAMED) numbers += (count > 1 ? ", " : "") + account.number;
+        }
+        if (count == 0) return;
+        if (count > MOST_NAMED) numbers += "...";
+        const std::string what = "exercice " + std::string(year) + " : " +
+                                 counted(count, "compte n'a", "comptes n'ont") + " que des brouillards, " +
+                                 numbers;
+        remarks_.add(
+            "", shared_.ledger.has_entries(period)
+                    ? what + " ; ils ne peuvent être choisis seuls, et s'éditent avec d'autres comptes"
+                    : what + " ; sans aucun compte au grand livre de l'exercice, ils ne peuvent être édités");
     }
 
     void write_labels() {
         for (const Journal& journal : journals_)
-            write_label(files::JOURNAL, "journal ", journal.code, journal.label);
+            if (journal.taken) write_label(files::JOURNAL, "journal ", journal.code, journal.label);
         for (const Account& account : accounts_)
             write_label(files::PLANCOMPTABLE, "compte ", account.number, account.label);
     }
@@ -500,6 +615,7 @@ private:
     const std::function<void(double)>& progress_;
     std::uint64_t shown_ = 0;
 
+    std::vector<BadInput> faults_;
     FecOutcome outcome_;
     Remarks remarks_;
     std::int64_t size_ = 0;

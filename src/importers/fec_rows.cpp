@@ -1,6 +1,5 @@
 #include "importers/fec_rows.h"
 
-#include "importers/bad_input.h"
 #include "importers/fiscal_years.h"
 #include "platform/text.h"
 
@@ -138,7 +137,7 @@ FecRows::FecRows(FecFile& file, const FecFacts& facts)
     read_header();
 }
 
-void FecRows::refuse(const std::string& reason) const { throw BadInput(path_, lines_.number(), reason); }
+void FecRows::refuse(const std::string& reason) const { throw BadLine(path_, lines_.number(), reason); }
 
 void FecRows::refuse_field(Column column, std::string_view what) const {
     refuse("colonne " + std::string(NAMES[column]) + " : " + shown(code(column)) + " " + std::string(what));

@@ -1,6 +1,7 @@
 // The data lines of a FEC as values: columns found by name, fields stripped, dates and amounts read.
 #pragma once
 
+#include "importers/bad_input.h"
 #include "importers/fec_file.h"
 
 #include <array>
@@ -36,6 +37,12 @@ struct FecRow {
     [[nodiscard]] std::int64_t net() const noexcept { return debit.value_or(0) - credit.value_or(0); }
 };
 
+// A line that can't be understood, behind which the next one can be read all the same.
+class BadLine final : public BadInput {
+public:
+    using BadInput::BadInput;
+};
+
 // Reads the lines of one file in order. Everything that cannot be understood is BadInput with its line:
 // a header that lacks one of the columns, a line with more or fewer fields than the header, a date of no
 // calendar, an amount that is no number or no whole number of hundredths, an empty journal or account.
@@ -49,7 +56,7 @@ public:
     // Reads the header.
     FecRows(FecFile& file, const FecFacts& facts);
 
-    // False at the end of the file.
+    // False at the end of the file. BadLine leaves everything ready for the line behind it.
     [[nodiscard]] bool next(FecRow& row);
 
     [[nodiscard]] std::uint64_t bytes_done() const noexcept { return lines_.bytes_done(); }

@@ -170,6 +170,30 @@ void LedgerWriter::add(BookedPeriod period, std::size_t journal, std::size_t acc
     balance.entries.push_back({static_cast<std::int32_t>(entry.date), journal_number, place});
 }
 
+bool LedgerWriter::has_balance(BookedPeriod period, const std::string& start) {
+    const FileId file =
+        store_.file(period == BookedPeriod::previous ? files::BALANCEGENEARCHIVE : files::BALANCEGENE);
+    bool found = false;
+    store_.scan_keys(file, start, [&](std::string_view key) {
+        found = key.starts_with(start);
+        return false;
+    });
+    return found;
+}
+
+bool LedgerWriter::has_entries(BookedPeriod period, std::size_t account) {
+    const auto& balances = balances_[index_of(period)];
+    return (account < balances.size() && !balances[account].entries.empty()) ||
+           has_balance(period, std::string(year_code_of(period)) + account_key(account));
+}
+
+bool LedgerWriter::has_entries(BookedPeriod period) {
+    const auto& balances = balances_[index_of(period)];
+    const auto used = [](const Balance& balance) { return !balance.entries.empty(); };
+    return std::any_of(balances.begin(), balances.end(), used) ||
+           has_balance(period, std::string(year_code_of(period)) + entity_);
+}
+
 void LedgerWriter::write_balances() {
     std::vector<std::size_t> order(accounts_.size());
     for (std::size_t i = 0; i < order.size(); ++i)

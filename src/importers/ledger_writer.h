@@ -61,6 +61,10 @@ public:
     // Writes one entry. StepFailure when the journal is full (999 blocks).
     void add(BookedPeriod period, std::size_t journal, std::size_t account, const EntryText& entry);
 
+    // Whether an account, or any account, has entries in a period, here or in the base.
+    [[nodiscard]] bool has_entries(BookedPeriod period, std::size_t account);
+    [[nodiscard]] bool has_entries(BookedPeriod period);
+
     // Writes the balance of every account that got an entry, in key order. Entries of one date stand in the
     // order in which they came, behind those of the base. Nothing can be added afterwards.
     void write_balances();
@@ -92,6 +96,7 @@ private:
         std::array<Place, 3> last;
     };
 
+    [[nodiscard]] bool has_balance(BookedPeriod period, const std::string& start);
     void find_standing(FileId file, std::initializer_list<BookedPeriod> periods);
     void note_standing(std::string_view key, std::initializer_list<BookedPeriod> periods);
     void next_place(Place& place, const std::string& code) const;

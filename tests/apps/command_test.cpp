@@ -91,6 +91,7 @@ TEST_F(CommandTest, status_tells_what_became_of_it) {
         {"charger --base b.base fou.jsonl", 3, "fou.jsonl, ligne 1"},
         {"charger --base n.base absent", 3, "absent"},
         {"importer absent --base n.base --entite 001 --nom X", 3, "absent"},
+        {"importer liste --base n.base --entite 001 --nom X", 3, "corvalissement : la base est inchangée"},
         {"editer --base absent.base --entite 001 --sortie s.txt", 4, "absent.base"},
         {"extraire --base liste", 4, "n'est pas une base"},
         {"editer --base b.base --entite 001 --sortie absent/s.txt", 4, "absent/s.txt"},

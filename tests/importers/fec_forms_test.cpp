@@ -307,6 +307,35 @@ TEST(Refusals, name_line_and_reason_and_leave_the_base) {
     }
 }
 
+TEST(Refusals, tell_the_first_20_faults_and_those_of_dates) {
+    Trial trial;
+    const auto faults = [&](const std::vector<FecLine>& lines) {
+        const ScratchFile file(fec(lines));
+        trial.options.paths = {file.path()};
+        std::vector<std::string> told;
+        try {
+            (void)import_fec(*trial.store, trial.options, {});
+        } catch (const BadInput& bad) {
+            told = bad.others();
+            told.insert(told.begin(), bad.text());
+        }
+        for (std::string& fault : told)
+            fault.erase(0, file.path().size() + 2);
+        return told;
+    };
+    const std::vector<FecLine> thirty(30, FecLine{.debit = "x"});
+    const auto told = faults(thirty);
+    ASSERT_EQ(told.size(), 21U);
+    EXPECT_EQ(told[19].substr(0, 24), "ligne 21 : colonne Debit");
+    EXPECT_EQ(told[20], " lecture arrêtée après 20 fautes");
+    trial.options.first_day = 45'292;
+    const auto mixed =
+        faults({{.debit = "1"}, {.date = "20190101"}, {.debit = "x"}, {.account = ""}, {.debit = "1"}});
+    ASSERT_EQ(mixed.size(), 3U);
+    EXPECT_EQ(mixed[0].substr(0, 30), "ligne 3 : la date 01/01/2019 e");
+    EXPECT_EQ(mixed[2], "ligne 5 : le numéro de compte est vide");
+}
+
 TEST(Refusals, a_file_that_is_not_there_and_options) {
     Trial trial;
     trial.options.paths = {"/nulle/part.txt"};

@@ -317,6 +317,10 @@ TEST(Codes, accounts_are_completed_shortened_and_never_shared) {
         {"41DUPONT", "41"},
         {"UNNOMTROPLONG", "41"},
         {"01", "41"},
+        {"401DURANDETFILS", "40"},
+        {"411X", "40"},
+        {"4X", "40"},
+        {"401001", "41"},
     };
     Trial trial;
     CodeBook book(*trial.store, "001");
@@ -330,6 +334,10 @@ TEST(Codes, accounts_are_completed_shortened_and_never_shared) {
     EXPECT_EQ(numbers[10], "4100000010");
     EXPECT_EQ(numbers[11], "41DUPONT00");
     EXPECT_EQ(numbers[2].substr(0, 5), "401DU");
+    EXPECT_EQ(numbers[14].substr(0, 5), "401DU"); // and not below 404
+    EXPECT_EQ(numbers[15], "400411X000");
+    EXPECT_EQ(numbers[16], "4004X00000");
+    EXPECT_EQ(numbers[17], "4100401001");
     book.save();
 
     // The base remembers, in any order and beside new names; and another base decides alike.
@@ -439,8 +447,13 @@ TEST(Balance, entries_are_told_by_number_or_by_runs) {
          "écriture VE (ligne 2) non équilibrée : débit moins crédit 5,00"},
         // No number, or always 0.
         {{line("", "20240101", "5", ""), line("0", "20240101", "", "5"), line("000", "20240101", "7", ""),
-          line("0", "20240102", "", "7")},
+          line("0", "20240102", "", "8")},
          "écriture VE (ligne 4) non équilibrée : débit moins crédit 7,00"},
+        // Where entries end is guessed then: what a whole journal makes good is told once.
+        {{line("0", "20240101", "5", ""), line("0", "20240102", "", "5")},
+         "journal VE : équilibré dans son ensemble, mais sans numéros d'écriture qui disent où chaque "
+         "écriture "
+         "finit ; 2 suites"},
     };
     for (const Case& one : CASES) {
         Trial trial;
@@ -449,8 +462,37 @@ TEST(Balance, entries_are_told_by_number_or_by_runs) {
             EXPECT_FALSE(remarked(summary, "équilibrée")) << summary.to_json();
         } else {
             EXPECT_TRUE(remarked(summary, one.remark)) << summary.to_json();
+            EXPECT_EQ(remarked(summary, "dans son ensemble") ? summary.remarks.size() : 1U, 1U);
         }
     }
+}
+
+TEST(Balance, bounds_that_cut_are_told_with_what_they_leave) {
+    Trial trial;
+    trial.options.first_day = day_of_digits("20240101");
+    trial.options.outside_bounds = true;
+    const FecSummary summary =
+        trial.import_text(fec(std::vector<FecLine>{{.number = "1", .date = "20241231", .debit = "5"},
+                                                   {.number = "1", .date = "20250102", .credit = "5"},
+                                                   {.number = "2", .date = "20220101", .debit = "3"},
+                                                   {.number = "2", .date = "20240102", .credit = "3"}} +
+                              entry("ZZ", "1", "20190115", "7") + entry("VE", "3", "20240110", "1") +
+                              entry("VE", "3", "20250110", "2")));
+    const std::vector<std::string> expected = {
+        "l'exercice N, du 01/01/2024 au 31/12/2024, n'est pas équilibré : débit 6,00, crédit 4,00",
+        "3 lignes vont à l'exercice N + 1",
+        "écriture VE 1 (ligne 2) coupée par les bornes des exercices : débit moins crédit N 5,00, N + 1 "
+        "-5,00",
+        "écriture VE 2 (ligne 4) coupée par les bornes des exercices : débit moins crédit N -3,00, hors "
+        "bornes 3,00",
+        "3 lignes laissées de côté, hors des trois exercices : débit 10,00, crédit 7,00 ; pris : débit 8,00, "
+        "crédit "
+        "11,00"};
+    for (const std::string& remark : expected)
+        EXPECT_TRUE(remarked(summary, remark)) << remark << "\n" << summary.to_json();
+    EXPECT_FALSE(remarked(summary, "écriture VE 3"));
+    EXPECT_FALSE(remarked(summary, "écriture ZZ"));
+    EXPECT_EQ(summary.journals, 1U);
 }
 
 // Heads of drafts as key, debit, credit.
@@ -474,6 +516,11 @@ TEST(Drafts, one_sequence_for_an_entry_balanced_ones_first) {
     const FecSummary summary = trial.import_text(text);
     EXPECT_EQ(heads(trial), "001ACN00 800 800\n001VEN00 500 500\n001VEN01 300 0\n001VEN10 700 700\n");
     EXPECT_EQ(summary.drafts, 4U);
+    EXPECT_TRUE(remarked(summary, "séquence de brouillard 001VEN01 non équilibrée"));
+    EXPECT_FALSE(remarked(summary, "001VEN00"));
+    EXPECT_FALSE(remarked(summary, "exercice N :"));
+    EXPECT_TRUE(
+        remarked(summary, "exercice N + 1 : 2 comptes n'ont que des brouillards, 4110000000, 7070000000"));
     EXPECT_EQ(summary.entries, 2U);
     EXPECT_EQ(summary.lines, 9U);
     const DynArray line = trial.record(files::BROUILLARDDETAIL, "001VEN0000002");
