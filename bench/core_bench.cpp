@@ -4,6 +4,7 @@
 #include "data/keys.h"
 #include "data/util_object.h"
 #include "ledger/entry_line.h"
+#include "ledger/paper.h"
 
 #include <benchmark/benchmark.h>
 
@@ -43,6 +44,13 @@ public:
     [[nodiscard]] long page_count() const override { return 1; }
 };
 
+class NoSession final : public TarvexSession {
+public:
+    [[nodiscard]] std::shared_ptr<TarvexFile> DBOpen(std::string_view) override { return nullptr; }
+    [[nodiscard]] DynArray DBSelect(std::string_view, std::string_view, std::string&) override { return {}; }
+    void DBExecute(std::string_view, std::string_view, std::string&) override {}
+};
+
 class NoReport final : public SkippedFailures {
 public:
     void skipped(std::string_view, const StepFailure&) override {}
@@ -80,9 +88,21 @@ void entry_line(benchmark::State& state) {
     SilentSurface surface;
     NoProgress progress;
     NoReport failures;
-    Edition edition{selection, keys, keys, files, print_state, surface, progress, failures, {}};
+    NoSession session;
+    const EditionJob job{.selection = selection,
+                         .W_ListeBalance = keys,
+                         .W_ListeBalanceTempo = keys,
+                         .files = files,
+                         .session = session,
+                         .state = print_state,
+                         .progress = progress,
+                         .failures = failures,
+                         .today = {},
+                         .routine = "banc"};
+    Paper paper(surface, PieceSide::right);
+    Edition edition(job, paper);
     Steps steps(Steps::On::skip, failures, "banc");
-    EntryLine line(edition, steps, PieceSide::right);
+    EntryLine line(edition, steps);
     TarvexRecord record;
     record.set_text(RECORD);
     for (auto _ : state)

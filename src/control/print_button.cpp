@@ -99,9 +99,17 @@ void Ctr_Corvalissement::print_with_drafts(const Selection& selection) {
 }
 
 void Ctr_Corvalissement::run_edition(const Selection& selection) {
-    PrintRun run{selection, W_ListeBalance, W_ListeBalanceTempo, Variable::Files, *Variable::TheDatabase,
-                 *this,     util_,          print_state_,        *this,           Variable::G_Imprimante};
-    Imprime(run);
+    const EditionJob job{.selection = selection,
+                         .W_ListeBalance = W_ListeBalance,
+                         .W_ListeBalanceTempo = W_ListeBalanceTempo,
+                         .files = Variable::Files,
+                         .session = *Variable::TheDatabase,
+                         .state = print_state_,
+                         .progress = *this,
+                         .failures = host().skipped_failures(),
+                         .today = host().today(),
+                         .routine = "Imprime"};
+    Imprime(job, *this, util_, Variable::G_Imprimante);
 }
 
 } // namespace corvalissement

@@ -79,22 +79,4 @@ double hundredths_of(std::string_view attribute) {
     return static_cast<double>(value);
 }
 
-bool read_amount_text(std::string_view text, double& hundredths) noexcept {
-    text = trim_blanks(text);
-    if (text.empty()) {
-        hundredths = 0;
-        return true;
-    }
-    const bool negative = text.front() == '-';
-    if (negative) text.remove_prefix(1);
-    const std::size_t mark = text.find(',');
-    std::int64_t units = 0;
-    std::int64_t cents = 0;
-    if (mark == std::string_view::npos || text.size() - mark != 3) return false;
-    if (!parse_whole(text.substr(0, mark), units) || !parse_whole(text.substr(mark + 1), cents)) return false;
-    const std::int64_t sum = units * 100 + cents;
-    hundredths = static_cast<double>(negative ? -sum : sum);
-    return true;
-}
-
 } // namespace corvalissement

@@ -22,8 +22,4 @@ void write_amount(char* target, double hundredths, int int_positions = LINE_AMOU
 // An amount of a record. Throws StepFailure (ERR_TYPE) when the text is no whole number.
 [[nodiscard]] double hundredths_of(std::string_view attribute);
 
-// Reads an amount text back as hundredths; blanks alone count as 0. False when it holds no number, as
-// asterisks do.
-[[nodiscard]] bool read_amount_text(std::string_view text, double& hundredths) noexcept;
-
 } // namespace corvalissement

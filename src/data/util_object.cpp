@@ -82,11 +82,14 @@ std::int64_t day_number(std::string_view internal) {
     return fraction && !whole.empty() && whole.front() == '-' ? days - 1 : days;
 }
 
-std::string date_text(std::string_view internal) {
-    if (internal.empty()) return {};
+CivilDate civil_date(std::string_view internal) {
     CivilDate date;
     if (!civil_from_day(day_number(internal), date)) no_date(internal);
-    return format_date(date);
+    return date;
+}
+
+std::string date_text(std::string_view internal) {
+    return internal.empty() ? std::string() : format_date(civil_date(internal));
 }
 
 std::string internal_date(std::string_view text) {

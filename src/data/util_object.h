@@ -9,6 +9,9 @@
 
 namespace corvalissement {
 
+// The day of an internal date. Throws StepFailure (ERR_TYPE) when the text is no date between the years 1 and
+// 9999.
+[[nodiscard]] CivilDate civil_date(std::string_view internal_date);
 // Internal date (a whole number of days as text, a time part after a mark allowed) to dd/mm/yyyy; "" stays
 // "". Throws StepFailure (ERR_TYPE) when the text is no date between the years 1 and 9999.
 [[nodiscard]] std::string date_text(std::string_view internal_date);

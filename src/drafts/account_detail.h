@@ -5,8 +5,7 @@
 #pragma once
 
 #include "ledger/edition.h"
-#include "ledger/entry_line.h"
-#include "ledger/pass_steps.h"
+#include "ledger/entry_walk.h"
 
 #include <cstddef>
 
@@ -14,39 +13,31 @@ namespace corvalissement {
 
 class AccountDetail {
 public:
-    explicit AccountDetail(Edition& edition);
+    explicit AccountDetail(Edition& edition)
+        : edition_(edition), steps_(Steps::On::end, edition.failures, "Impression_Detail_Brouillard"),
+          walk_(edition, steps_) {}
 
     // Prints the entries in the range of the key at `position` (from 1) of W_ListeBalance.
-    void Imprime_Detail(std::size_t position);
+    void Imprime_Detail(std::size_t position) {
+        print(ledger_source(edition_), edition_.W_ListeBalance(position, 1));
+    }
 
     // The same for W_ListeBalanceTempo: temporary files, whatever the year, and no filter on lettering.
-    void Imprime_Tempo(std::size_t position);
+    void Imprime_Tempo(std::size_t position) {
+        print(draft_source(edition_), edition_.W_ListeBalanceTempo(position, 1));
+    }
 
 private:
-    struct Source {
-        const DynArray& keys;
-        TarvexFile& balances;
-        TarvexRecord& balance;
-        TarvexFile& entries;
-        TarvexRecord& entry;
-        bool drafts;
-    };
-
-    void print_key(const Source& source, std::size_t position);
-    void print_entry(const Source& source, std::size_t index);
-    void check_page();
-    void check_account(const Source& source);
-    void turn_page();
-    [[nodiscard]] bool page_full() const { return state_.W_NbLignes > state_.W_MaxLignes; }
+    void print(const WalkSource& source, std::string_view key) {
+        edition_.state.W_TotalCompte = false;
+        edition_.state.W_MaxLignes = 30;
+        walk_.start_blocks();
+        walk_.print_key(source, key);
+    }
 
     Edition& edition_;
-    PrintState& state_;
     Steps steps_;
-    Period period_;
-    EntryLine line_;
-    EndCount end_count_;
-    bool opened_in_call_ = false; // the call at work has printed an account title
-    long progress_ = 0;
+    EntryWalk walk_;
 };
 
 } // namespace corvalissement

@@ -42,22 +42,20 @@ private:
         state_.W_CptCredit = 0;
         state_.W_CptSolde = 0;
         state_.W_TableauClos = false;
-        const long total =
-            entries_of(edition_.W_ListeBalance, balance_file(edition_), edition_.files.R_BALANCEGENE) +
-            entries_of(edition_.W_ListeBalanceTempo, *edition_.files.F_BALANCEGENETEMPO,
-                       edition_.files.R_BALANCEGENETEMPO);
+        const long total = entries_of(edition_.W_ListeBalance, ledger_source(edition_)) +
+                           entries_of(edition_.W_ListeBalanceTempo, draft_source(edition_));
         edition_.progress.show_progress(true);
         if (!edition_.progress.set_progress(0) || !edition_.progress.set_progress_max(total))
             throw StepFailure(ERR_PROPERTY,
                               "la barre de progression refuse un total de " + std::to_string(total));
     }
 
-    static long entries_of(const DynArray& keys, TarvexFile& file, TarvexRecord& slot) {
+    static long entries_of(const DynArray& keys, const WalkSource& source) {
         long total = 0;
         const std::size_t count = key_count(keys);
         for (std::size_t i = 1; i <= count; ++i) {
-            file.DBRead(keys(i, 1), slot);
-            total += static_cast<long>(slot.DCount(balance::ENTRIES));
+            source.balances.DBRead(keys(i, 1), source.balance);
+            total += static_cast<long>(source.balance.DCount(balance::ENTRIES));
         }
         return total;
     }
@@ -87,7 +85,7 @@ private:
         state_.W_CompteOuvert = false;
         print_ledger(ledger_keys);
         if (state_.W_CompteOuvert) {
-            edition_.surface.Print(" ", LineEnd::end);
+            edition_.sink.blank_row();
             ++state_.W_LignesTableau;
             ++state_.W_NbLignes;
         }
@@ -115,7 +113,7 @@ private:
         state_.W_TableauClos = true;
         state_.W_CompteCourant.clear();
         if (page_may_turn && edition_.selection.page_per_account) {
-            edition_.surface.NewPage();
+            edition_.sink.new_page();
             Entete_Page(edition_);
         }
         return true;

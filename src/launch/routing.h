@@ -11,23 +11,10 @@
 
 namespace corvalissement {
 
-// A printing run of the control. All of it is owned by the control and outlives the run.
-struct PrintRun {
-    const Selection& selection;
-    const DynArray& W_ListeBalance;
-    const DynArray& W_ListeBalanceTempo;
-    LedgerFiles& files;
-    TarvexSession& session;
-    View& view;
-    UtilObject& util;
-    PrintState& state;
-    ProgressSink& progress;
-    std::string& G_Imprimante;
-};
-
 // Chooses the route and runs it. A failing step is reported and skipped, so that the view always comes back
-// enabled with a normal pointer, and what was printed is ended as a document.
-void Imprime(PrintRun& run);
+// enabled with a normal pointer, and what was printed is ended as a document. `G_Imprimante` takes what the
+// server is to know a matrix printer by.
+void Imprime(const EditionJob& job, View& view, UtilObject& util, std::string& G_Imprimante);
 
 // True for the name of a printer that gets its editions from the server: it holds "MATRIC" in any case.
 [[nodiscard]] bool is_matrix_name(std::string_view device_name);

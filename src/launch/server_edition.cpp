@@ -15,8 +15,8 @@ namespace {
 constexpr std::string_view ROUTINE = "PickExe";
 
 template <class Step>
-int skip_step(ServerEdition& edition, Step&& step) {
-    return skip(edition.host.skipped_failures(), ROUTINE, std::forward<Step>(step));
+int skip_step(const EditionJob& job, Step&& step) {
+    return skip(job.failures, ROUTINE, std::forward<Step>(step));
 }
 
 // The printer's name as the server is to know it.
@@ -28,19 +28,19 @@ std::string printer_target(HostServices& host, const PrintSurface& printer) {
     return target;
 }
 
-void leave_keys(ServerEdition& edition, std::string_view prefix, const std::string& user,
+void leave_keys(const EditionJob& job, std::string_view prefix, const std::string& user,
                 const DynArray& list) {
-    skip_step(edition, [&] {
-        TarvexRecord record = edition.files.F_TEMPO->DBNew(std::string(prefix) + user);
+    skip_step(job, [&] {
+        TarvexRecord record = job.files.F_TEMPO->DBNew(std::string(prefix) + user);
         record.set(1, joined_keys(list));
         record.DBWrite();
     });
 }
 
-void execute(ServerEdition& edition, const std::string& request) {
-    skip_step(edition, [&] {
+void execute(const EditionJob& job, const std::string& request) {
+    skip_step(job, [&] {
         std::string work;
-        edition.session.DBExecute(request, "", work);
+        job.session.DBExecute(request, "", work);
     });
 }
 
@@ -48,24 +48,23 @@ std::string_view flag(bool on) { return on ? "1" : "0"; }
 
 // The server's answer on the printer. False when there is none, or when it does not know the printer, of
 // which the user is told.
-bool printer_known(ServerEdition& edition, const std::string& user) {
-    execute(edition, prefixed_command("TESTESETPTR " + user + " " + edition.G_Imprimante));
+bool printer_known(const EditionJob& job, HostServices& host, const std::string& printer,
+                   const std::string& user) {
+    execute(job, prefixed_command("TESTESETPTR " + user + " " + printer));
     const std::string key = std::string(tempo::PRINTER_ANSWER) + user;
-    TarvexRecord& answer = edition.files.R_TEMPO;
-    if (skip_step(edition, [&] { edition.files.F_TEMPO->DBRead(key, answer); }) == ERR_NOT_FOUND)
-        return false;
+    TarvexRecord& answer = job.files.R_TEMPO;
+    if (skip_step(job, [&] { job.files.F_TEMPO->DBRead(key, answer); }) == ERR_NOT_FOUND) return false;
     if (answer(1) != tempo::PRINTER_UNKNOWN) return true;
-    edition.host.message_box("L'imprimante que vous avez sélectionné n'est pas correctement paramétrée.",
-                             KIND_WARNING, "MessageMERIDOXAN");
+    host.message_box("L'imprimante que vous avez sélectionné n'est pas correctement paramétrée.",
+                     KIND_WARNING, "MessageMERIDOXAN");
     return false;
 }
 
-void tell_file_made(ServerEdition& edition) {
-    TarvexRecord& result = edition.files.R_TEMPO;
-    skip_step(edition, [&] { edition.files.F_TEMPO->DBRead(tempo::FILE_MADE, result); });
-    edition.host.message_box("Le fichier " + std::string(result(1)) +
-                                 " a été généré dans le répertoire LIENCOMPTA",
-                             KIND_WARNING, "Message Meridoxan");
+void tell_file_made(const EditionJob& job, HostServices& host) {
+    TarvexRecord& result = job.files.R_TEMPO;
+    skip_step(job, [&] { job.files.F_TEMPO->DBRead(tempo::FILE_MADE, result); });
+    host.message_box("Le fichier " + std::string(result(1)) + " a été généré dans le répertoire LIENCOMPTA",
+                     KIND_WARNING, "Message Meridoxan");
 }
 
 } // namespace
@@ -105,22 +104,23 @@ std::string edition_command_line(const Selection& selection, std::string_view us
     return line;
 }
 
-void PickExe(ServerEdition& edition) {
-    const Selection& selection = edition.selection;
-    if (selection.as_list && edition.printer != nullptr)
-        skip_step(edition, [&] { edition.G_Imprimante = printer_target(edition.host, *edition.printer); });
+void PickExe(const EditionJob& job, HostServices& host, const PrintSurface* printer,
+             std::string& G_Imprimante) {
+    const Selection& selection = job.selection;
+    if (selection.as_list && printer != nullptr)
+        skip_step(job, [&] { G_Imprimante = printer_target(host, *printer); });
     std::string user;
-    skip_step(edition, [&] { user = capitals(Procedure::Proc_NomUtilisateur(edition.host)); });
-    leave_keys(edition, tempo::LEDGER_KEYS, user, edition.W_ListeBalance);
-    if (selection.with_drafts) leave_keys(edition, tempo::DRAFT_KEYS, user, edition.W_ListeBalanceTempo);
-    execute(edition, bare_command("LOGIN"));
+    skip_step(job, [&] { user = capitals(Procedure::Proc_NomUtilisateur(host)); });
+    leave_keys(job, tempo::LEDGER_KEYS, user, job.W_ListeBalance);
+    if (selection.with_drafts) leave_keys(job, tempo::DRAFT_KEYS, user, job.W_ListeBalanceTempo);
+    execute(job, bare_command("LOGIN"));
     if (selection.as_list) {
-        if (!printer_known(edition, user)) return;
+        if (!printer_known(job, host, G_Imprimante, user)) return;
     } else {
-        edition.files.R_TEMPO = TarvexRecord();
+        job.files.R_TEMPO = TarvexRecord();
     }
-    execute(edition, prefixed_command(edition_command_line(selection, user)));
-    if (!selection.as_list) tell_file_made(edition);
+    execute(job, prefixed_command(edition_command_line(selection, user)));
+    if (!selection.as_list) tell_file_made(job, host);
 }
 
 } // namespace corvalissement

@@ -1,8 +1,7 @@
 // The edition handed to the database server: matrix printers and graphic files.
 #pragma once
 
-#include "data/tarvex.h"
-#include "ledger/selection.h"
+#include "ledger/edition.h"
 #include "platform/host.h"
 #include "platform/print_surface.h"
 
@@ -11,23 +10,11 @@
 
 namespace corvalissement {
 
-struct LedgerFiles;
-
-// What the hand-over works with. `printer` is the chosen one, null for a graphic file.
-struct ServerEdition {
-    const Selection& selection;
-    const DynArray& W_ListeBalance;
-    const DynArray& W_ListeBalanceTempo;
-    LedgerFiles& files;
-    TarvexSession& session;
-    HostServices& host;
-    const PrintSurface* printer;
-    std::string& G_Imprimante;
-};
-
 // Leaves the keys of the selection in TEMPO, has the server test the printer when there is one, and runs
-// the command CORVALISSEMENT with all options on its line. A failing step is reported and skipped.
-void PickExe(ServerEdition& edition);
+// the command CORVALISSEMENT with all options on its line. A failing step is reported and skipped. `printer`
+// is the chosen one, null for a graphic file; `G_Imprimante` takes its name as the server is to know it.
+void PickExe(const EditionJob& job, HostServices& host, const PrintSurface* printer,
+             std::string& G_Imprimante);
 
 // The keys of a list, joined by "|": a|b|c, but a| for a single key and | for none.
 [[nodiscard]] std::string joined_keys(const DynArray& list);

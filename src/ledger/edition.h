@@ -1,27 +1,37 @@
-// What a pass works with, and how it treats a step that fails.
+// What an edition is made of, and how its passes treat a step that fails.
 #pragma once
 
 #include "data/variable.h"
+#include "ledger/ledger_sink.h"
 #include "ledger/print_state.h"
 #include "ledger/selection.h"
 #include "platform/calendar.h"
 #include "platform/failures.h"
-#include "platform/print_surface.h"
 #include "platform/progress.h"
+
+#include <string_view>
 
 namespace corvalissement {
 
-// One edition under way. Everything is owned by whoever started it and outlives the pass.
-struct Edition {
+// One edition to be made: by the control, by the server's command, by a test. To be filled by name.
+// Everything is owned by whoever asks for it and outlives the edition.
+struct EditionJob {
     const Selection& selection;
     const DynArray& W_ListeBalance;      // attribute i, value 1: the i-th balance key
     const DynArray& W_ListeBalanceTempo; // the same for the temporary balance file
-    LedgerFiles& files;
+    LedgerFiles& files;                  // opened from `session`
+    TarvexSession& session;
     PrintState& state;
-    PrintSurface& surface;
     ProgressSink& progress;
     SkippedFailures& failures;
     CivilDate today;
+    std::string_view routine; // under whose name its own failing steps are told
+};
+
+// The job on its way to a sink: what a pass works with.
+struct Edition : EditionJob {
+    Edition(const EditionJob& job, LedgerSink& to) : EditionJob(job), sink(to) {}
+    LedgerSink& sink;
 };
 
 // Runs the steps of one pass. A skipping pass reports a failing step and goes on behind it; another lets
@@ -32,6 +42,8 @@ public:
 
     Steps(On failure, SkippedFailures& place, std::string_view routine)
         : failure_(failure), place_(place), routine_(routine) {}
+
+    [[nodiscard]] bool end_pass() const noexcept { return failure_ == On::end; }
 
     // True when the step went well.
     template <class Step>

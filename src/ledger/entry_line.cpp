@@ -3,40 +3,15 @@
 #include "data/amounts.h"
 #include "data/keys.h"
 #include "data/util_object.h"
+#include "ledger/page_frame.h"
 #include "platform/text.h"
 
 #include <array>
 
 namespace corvalissement {
 
-namespace {
-
-constexpr std::string_view W_Sep = " "; // the visible column lines are the rules of the page frame
-constexpr std::size_t LABEL_WIDTH = 30;
-constexpr std::size_t PIECE_WIDTH = 10;
-constexpr std::size_t AMOUNT_WIDTH = 11;
-constexpr std::size_t DATE_WIDTH = 10;
-constexpr std::size_t SHORT_DATE_WIDTH = 8;
-
-void append_blanks(std::string& line, std::size_t count) { line.append(count, ' '); }
-
-// Exactly `width` characters, cut or completed with blanks on the right.
-void append_fit(std::string& line, std::string_view text, std::size_t width) {
-    const std::string_view shown = chars(text, 1, width);
-    line += shown;
-    append_blanks(line, width - char_count(shown));
-}
-
-double amount_at(const std::string& line, std::size_t offset, bool& readable) {
-    double value = 0;
-    readable = read_amount_text(std::string_view(line).substr(offset, AMOUNT_WIDTH), value);
-    return value;
-}
-
-} // namespace
-
-void EntryLine::send(const std::string& line) {
-    edition_.surface.Print(line, LineEnd::end);
+void EntryLine::send(const LedgerLine& line) {
+    edition_.sink.line(line);
     ++edition_.state.W_NbLignes;
     ++edition_.state.W_LignesTableau;
 }
@@ -59,9 +34,6 @@ bool EntryLine::hold_or_print(const TarvexRecord& entry, std::string_view entry_
         compose(held_line_, entry, entry_key);
         held_ = true;
         held_both_sides_ = !entry(entry::DEBIT).empty() && !entry(entry::CREDIT).empty();
-        held_debit_at_ = debit_at_;
-        held_credit_at_ = credit_at_;
-        held_solde_at_ = solde_at_;
     }
     remember(entry, entry_key);
     return true;
@@ -85,26 +57,25 @@ bool EntryLine::continues_held(const TarvexRecord& entry, std::string_view entry
            state.W_LibellePrec == entry(entry::LABEL) && state.W_DatePrec == entry(entry::DATE);
 }
 
-// Adds the entry into the held line. False, nothing changed, when the sum would not stand in its column: the
-// entry then opens a line of its own.
+// Adds the entry into the held line. False, nothing changed, when the held amount or the sum would not stand
+// in its column: the entry then opens a line of its own. A column that the held line left blank counts as 0.
 bool EntryLine::merge(const TarvexRecord& entry) {
     PrintState& state = edition_.state;
     const bool debit = !entry(entry::DEBIT).empty();
-    const std::size_t at = debit ? held_debit_at_ : held_credit_at_;
-    bool readable = false;
-    double sum = amount_at(held_line_, at, readable);
+    std::optional<std::int64_t>& column = debit ? held_line_.debit : held_line_.credit;
+    const auto held = static_cast<double>(column.value_or(0));
     double amount = 0;
     // An amount that is none leaves the held line as it is; the failure is told once, by the line that the
     // entry opens.
-    if (!readable ||
+    if (!amount_fits(held) ||
         error_of([&] { amount = hundredths_of(entry(debit ? entry::DEBIT : entry::CREDIT)); }) != 0)
         return false;
-    sum += amount;
+    const double sum = held + amount;
     if (!amount_fits(sum)) return false;
-    write_amount(held_line_.data() + at, sum);
+    column = whole_hundredths(sum);
     (debit ? state.W_CptDebit : state.W_CptCredit) += amount;
     state.W_CptSolde = state.W_CptDebit - state.W_CptCredit;
-    write_amount(held_line_.data() + held_solde_at_, state.W_CptSolde);
+    held_line_.balance = whole_hundredths(state.W_CptSolde);
     return true;
 }
 
@@ -128,87 +99,49 @@ void EntryLine::remember(const TarvexRecord& entry, std::string_view entry_key) 
         state.W_SensPrec = "CREDIT";
 }
 
-void EntryLine::date_column(std::string& line, const TarvexRecord& entry, std::string_view entry_key) {
-    const std::string_view date = entry(entry::DATE);
-    if (date == last_date_ && !last_date_text_.empty()) {
-        line += last_date_text_;
-        return;
-    }
-    last_date_.assign(date);
-    last_date_text_.clear(); // and stays so when the date is none: the next entry is told of it too
+std::optional<CivilDate> EntryLine::date_of(std::string_view date, std::string_view entry_key) {
+    std::optional<CivilDate> civil;
+    if (!date.empty()) steps_.run(entry_key, [&] { civil = civil_date(date); });
+    return civil;
+}
+
+std::optional<CivilDate> EntryLine::entry_date(std::string_view date, std::string_view entry_key) {
+    // What is no date is read again each time, so that each of its entries is told.
+    if (last_date_ && date == last_date_text_) return last_date_;
+    last_date_.reset();
+    last_date_text_.assign(date);
+    last_date_ = date_of(date, entry_key);
+    return last_date_;
+}
+
+std::optional<std::int64_t> EntryLine::amount_of(std::string_view attribute, std::string_view entry_key,
+                                                 double& accumulator) {
+    std::optional<std::int64_t> amount;
+    if (attribute.empty()) return amount;
     steps_.run(entry_key, [&] {
-        const std::string full = date_text(date);
-        if (!full.empty()) last_date_text_ = full.substr(0, 6) + full.substr(8, 2); // dd/mm/yyyy to DD/MM/YY
+        const double value = hundredths_of(attribute);
+        amount = whole_hundredths(value);
+        accumulator += value;
     });
-    append_fit(line, last_date_text_, SHORT_DATE_WIDTH);
+    return amount;
 }
 
-void EntryLine::due_date_column(std::string& line, const TarvexRecord& entry, std::string_view entry_key) {
-    const std::string_view due = entry(entry::DUE_DATE);
-    std::string text;
-    if (!due.empty()) steps_.run(entry_key, [&] { text = date_text(due); });
-    append_fit(line, text, DATE_WIDTH);
-}
-
-void EntryLine::piece_column(std::string& line, std::string_view piece) const {
-    const std::string_view shown = last_chars(piece, PIECE_WIDTH);
-    const std::size_t missing = PIECE_WIDTH - char_count(shown);
-    if (piece_side_ == PieceSide::right) append_blanks(line, missing);
-    line += shown;
-    if (piece_side_ == PieceSide::left) append_blanks(line, missing);
-}
-
-void EntryLine::amount_column(std::string& line, std::string_view attribute, std::string_view entry_key,
-                              double& accumulator) {
-    const std::size_t at = line.size();
-    append_blanks(line, AMOUNT_WIDTH);
-    if (attribute.empty()) return;
-    steps_.run(entry_key, [&] {
-        const double amount = hundredths_of(attribute);
-        write_amount(line.data() + at, amount);
-        accumulator += amount;
-    });
-}
-
-void EntryLine::lettering_column(std::string& line, std::string_view code) { append_fit(line, code, 3); }
-
-void EntryLine::compose(std::string& line, const TarvexRecord& entry, std::string_view entry_key) {
+void EntryLine::compose(LedgerLine& line, const TarvexRecord& entry, std::string_view entry_key) {
     PrintState& state = edition_.state;
-    edition_.surface.set_CurrentX(0);
     state.W_TableauClos = false;
-    line.clear();
-    line += W_Sep;
-    date_column(line, entry, entry_key);
-    line += ' ';
-    line += W_Sep;
-    append_fit(line, journal_of_entry(entry_key), 2);
-    line += mark_of_entry(entry_key) == "N" ? ' ' : 'P';
-    line += W_Sep;
-    append_fit(line, line_of_entry(entry_key), 5);
-    line += W_Sep;
-    append_fit(line, trim_blanks(entry(entry::LABEL)), LABEL_WIDTH);
-    line += W_Sep;
-    piece_column(line, entry(entry::PIECE));
-    line += W_Sep;
-    amount_column(line, entry(entry::QUANTITY), entry_key, state.W_CptQuantite);
-    line += W_Sep;
-    due_date_column(line, entry, entry_key);
-    line += W_Sep;
-    debit_at_ = line.size();
-    amount_column(line, entry(entry::DEBIT), entry_key, state.W_CptDebit);
-    line += W_Sep;
-    line += ' ';
-    lettering_column(line, entry(entry::LETTERING));
-    line += W_Sep;
-    credit_at_ = line.size();
-    amount_column(line, entry(entry::CREDIT), entry_key, state.W_CptCredit);
-    line += W_Sep;
+    line.date = entry_date(entry(entry::DATE), entry_key);
+    line.journal.assign(journal_of_entry(entry_key));
+    line.marked = mark_of_entry(entry_key) != "N";
+    line.number.assign(line_of_entry(entry_key));
+    line.label.assign(trim_blanks(entry(entry::LABEL)));
+    line.piece.assign(entry(entry::PIECE));
+    line.quantity = amount_of(entry(entry::QUANTITY), entry_key, state.W_CptQuantite);
+    line.due_date = date_of(entry(entry::DUE_DATE), entry_key);
+    line.debit = amount_of(entry(entry::DEBIT), entry_key, state.W_CptDebit);
+    line.lettering.assign(entry(entry::LETTERING));
+    line.credit = amount_of(entry(entry::CREDIT), entry_key, state.W_CptCredit);
     state.W_CptSolde = state.W_CptDebit - state.W_CptCredit;
-    solde_at_ = line.size();
-    append_blanks(line, AMOUNT_WIDTH);
-    write_amount(line.data() + solde_at_, state.W_CptSolde);
-    line += "  ";
-    line += W_Sep;
+    line.balance = whole_hundredths(state.W_CptSolde);
 }
 
 } // namespace corvalissement

@@ -1,9 +1,6 @@
-// The page head, the column titles and the ruled blocks of the ledger's page.
-//
-// The table is 27 cm wide. Its text is fixed-pitch, and its rules are drawn apart in centimetre
-// coordinates, so that they fall on the blank separator positions of the entry line. Rows count 0.39 cm in
-// the rules whatever the real height of a text line; at each closing the text is brought back to the rule
-// through the end point of Line. None of these routines handles failures: one ends the routine.
+// The page head, the column titles and the ruled blocks of the ledger: what they say, and what they add to
+// the count of rows. What they look like is the sink's business. None of these routines handles failures: one
+// ends the routine.
 #pragma once
 
 #include "ledger/edition.h"
@@ -25,5 +22,8 @@ void Imprime_Fin_Tableau(Edition& edition);
 
 // The closing page, with the totals of the edition.
 void Imprime_Page_Total(Edition& edition);
+
+// An accumulator as the whole hundredths that a line or a total says.
+[[nodiscard]] std::int64_t whole_hundredths(double accumulator) noexcept;
 
 } // namespace corvalissement

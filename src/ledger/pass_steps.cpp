@@ -2,7 +2,6 @@
 
 #include "data/keys.h"
 #include "data/util_object.h"
-#include "ledger/page_frame.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -10,9 +9,6 @@
 namespace corvalissement {
 
 namespace {
-
-constexpr std::size_t TITLE_LABEL_WIDTH = 112;       // positions 17 to 128
-constexpr std::size_t CONTINUATION_LABEL_CHARS = 35; // then blanks up to 36
 
 std::optional<std::int64_t> day_of(std::string_view text) {
     const std::string internal = internal_date(text);
@@ -67,58 +63,6 @@ bool stays_unlettered(const Selection& selection, const TarvexRecord& entry) {
     if (chars(code, 2, 1) != "1") return false;
     return selection.exercice == exercice::COURANT || selection.exercice == exercice::PRECEDENT ||
            selection.exercice == exercice::SUIVANT;
-}
-
-TarvexFile& balance_file(Edition& edition) {
-    return edition.selection.archived() ? *edition.files.F_BALANCEGENEARCHIVE : *edition.files.F_BALANCEGENE;
-}
-
-TarvexFile& entry_file(Edition& edition) {
-    return edition.selection.archived() ? *edition.files.F_DETAILECRITUREGENEARCHIVE
-                                        : *edition.files.F_DETAILECRITUREGENE;
-}
-
-namespace detail {
-
-void begin_title(Edition& edition) {
-    PrintSurface& surface = edition.surface;
-    surface.set_FontBold(true);
-    surface.set_CurrentX(0);
-    const std::string_view number = number_of_account_key(edition.state.W_CompteCourant);
-    surface.Print("   " + fit_right(number, 10) + "   ", LineEnd::keep);
-}
-
-void end_account_title(Edition& edition) {
-    PrintState& state = edition.state;
-    PrintSurface& surface = edition.surface;
-    const std::string_view label = edition.files.R_PLANCOMPTABLE(plan::LABEL);
-    surface.mark_account(number_of_account_key(state.W_CompteCourant), label);
-    surface.Print(fit_right(label, TITLE_LABEL_WIDTH) + " ", LineEnd::end);
-    surface.set_FontBold(false);
-    surface.Print(" ", LineEnd::end);
-    state.W_NbLignes += 3;
-    state.W_LignesTableau += 3;
-    state.W_PageCompte = 1;
-    Imprime_Tableau_Compte(edition);
-}
-
-} // namespace detail
-
-void print_continuation_title(Edition& edition) {
-    PrintState& state = edition.state;
-    PrintSurface& surface = edition.surface;
-    detail::begin_title(edition);
-    ++state.W_PageCompte;
-    const std::string_view label =
-        chars(edition.files.R_PLANCOMPTABLE(plan::LABEL), 1, CONTINUATION_LABEL_CHARS);
-    surface.Print(pad_right(label, CONTINUATION_LABEL_CHARS + 1) +
-                      " Page : " + std::to_string(state.W_PageCompte),
-                  LineEnd::end);
-    surface.set_FontBold(false);
-    surface.Print(" ", LineEnd::end);
-    state.W_NbLignes += 3;
-    state.W_LignesTableau += 3;
-    Imprime_Tableau_Compte(edition);
 }
 
 } // namespace corvalissement

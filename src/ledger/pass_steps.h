@@ -1,5 +1,5 @@
-// Steps that the ledger pass and the details of the merged pass have in common: the date range, the filter
-// on lettering, the account titles.
+// Tests that the ledger pass and the details of the merged pass have in common: the date range, the count of
+// the dates in it, the filter on lettering.
 #pragma once
 
 #include "ledger/edition.h"
@@ -55,29 +55,5 @@ private:
 // Whether the filter on lettering lets the entry stay: no code, or a second character "1" in one of the
 // three years. Always true when the option is off.
 [[nodiscard]] bool stays_unlettered(const Selection& selection, const TarvexRecord& entry);
-
-// The file of the selection's year.
-[[nodiscard]] TarvexFile& balance_file(Edition& edition);
-[[nodiscard]] TarvexFile& entry_file(Edition& edition);
-
-// Title of the account in W_CompteCourant, in bold, with the band that holds it. `read_chart` reads the
-// chart record into its slot, after the number is on paper.
-template <class ReadChart>
-void print_account_title(Edition& edition, ReadChart&& read_chart);
-
-// The same at the top of a continued page, with the page within the account.
-void print_continuation_title(Edition& edition);
-
-namespace detail {
-void begin_title(Edition& edition);
-void end_account_title(Edition& edition);
-} // namespace detail
-
-template <class ReadChart>
-void print_account_title(Edition& edition, ReadChart&& read_chart) {
-    detail::begin_title(edition);
-    std::forward<ReadChart>(read_chart)();
-    detail::end_account_title(edition);
-}
 
 } // namespace corvalissement

@@ -9,11 +9,9 @@
 namespace corvalissement {
 
 struct PrintState {
-    double W_Cm = 567;           // units per centimetre, set by Imprime before the first page
     long W_NumPage = 0;          // page of the edition; Entete_Page adds 1 before it prints it
     int W_NbLignes = 0;          // lines counted on this page, set to 0 by Entete_Page
     int W_MaxLignes = 30;        // full when W_NbLignes is GREATER: 31 counted lines fit
-    double W_HautTableau = 0;    // y where the block of rules being built begins
     int W_LignesTableau = 0;     // rows of text in that block, at 0.39 cm each
     bool W_TotalCompte = false;  // set just before Imprime_Fin_Tableau when a TOTAL COMPTE is due
     bool W_TableauFerme = false; // the last Imprime_Fin_Tableau printed a TOTAL COMPTE

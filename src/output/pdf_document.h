@@ -5,9 +5,9 @@
 
 #include "output/output_file.h"
 #include "output/page_spool.h"
-#include "output/paper.h"
 #include "output/pdf_font.h"
 #include "output/pdf_metadata.h"
+#include "output/sheet.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -2,8 +2,8 @@
 // print surface's origin and are written in hundredths of a point from the sheet's bottom left corner.
 #pragma once
 
-#include "output/paper.h"
 #include "output/pdf_font.h"
+#include "output/sheet.h"
 
 #include <cstdint>
 #include <string>

@@ -16,6 +16,7 @@ namespace corvalissement {
 
 inline constexpr double CHAR_UNITS_PER_POINT = 12.0;
 inline constexpr double LINE_UNITS_PER_POINT = 22.113;
+inline constexpr double UNITS_PER_CM = 567; // not 566.93
 inline constexpr int LANDSCAPE = 2;
 
 enum class LineEnd : bool { keep, end };

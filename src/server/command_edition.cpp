@@ -3,10 +3,8 @@
 #include "data/keys.h"
 #include "data/util_object.h"
 #include "data/variable.h"
-#include "drafts/merged_pass.h"
+#include "launch/edition_run.h"
 #include "launch/server_edition.h"
-#include "ledger/ledger_pass.h"
-#include "ledger/page_frame.h"
 #include "output/print_queue.h"
 #include "output/surfaces.h"
 #include "platform/text.h"
@@ -27,7 +25,6 @@ namespace {
 
 constexpr std::string_view ROUTINE = "CORVALISSEMENT";
 constexpr std::size_t ENTITY_CHARS = 3;
-constexpr double UNITS_PER_CM = 567;
 
 [[noreturn]] void refuse_field(std::string_view field, std::string_view value, std::string_view rest) {
     throw StepFailure(ERR_COMMAND,
@@ -183,22 +180,21 @@ private:
             open_files.F_ASSOCIATION->DBRead(selection().entity, open_files.R_ASSOCIATION);
             request_.selection.entity_name = open_files.R_ASSOCIATION(association::NAME, 1);
         });
-        surface.set_Orientation(LANDSCAPE);
-        surface.describe("Grand livre général - " + selection().entity_name + " - du " +
-                             selection().start_date + " au " + selection().end_date,
-                         selection().entity_name, settings_.today());
         PrintState state;
         state.reset_for_request();
-        state.W_Cm = UNITS_PER_CM;
         NoProgress progress;
-        Edition edition{selection(), ledger,   drafts,    open_files,       state,
-                        surface,     progress, failures_, settings_.today()};
-        step([&] { Entete_Page(edition); });
-        if (selection().with_drafts)
-            step([&] { Impression_Detail_Brouillard(edition); });
-        else
-            step([&] { Impression_Detail(edition); });
-        step([&] { Imprime_Page_Total(edition); });
+        const EditionJob job{.selection = selection(),
+                             .W_ListeBalance = ledger,
+                             .W_ListeBalanceTempo = drafts,
+                             .files = open_files,
+                             .session = session_,
+                             .state = state,
+                             .progress = progress,
+                             .failures = failures_,
+                             .today = settings_.today(),
+                             .routine = ROUTINE};
+        prepare_document(job, surface);
+        print_edition(job, surface);
         if (failures_.spoilt())
             throw StepFailure(ERR_STORE,
                               "CORVALISSEMENT : l'édition serait incomplète, elle n'est pas faite");

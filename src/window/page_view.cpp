@@ -1,6 +1,6 @@
 #include "window/page_view.h"
 
-#include "output/paper.h"
+#include "output/sheet.h"
 #include "platform/failures.h"
 #include "platform/text.h"
 #include "window/qt_text.h"

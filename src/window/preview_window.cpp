@@ -1,6 +1,6 @@
 #include "window/preview_window.h"
 
-#include "output/paper.h"
+#include "output/sheet.h"
 #include "output/surfaces.h"
 #include "platform/failures.h"
 #include "window/qt_text.h"

@@ -1,6 +1,6 @@
 #include "window/recorded_document.h"
 
-#include "output/paper.h"
+#include "output/sheet.h"
 #include "platform/failures.h"
 #include "platform/text.h"
 

@@ -72,7 +72,7 @@ TEST(Dates, typed_dates_are_completed_from_today) {
     }
 }
 
-TEST(Amounts, texts_read_back_and_agree_with_the_model) {
+TEST(Amounts, texts_agree_with_the_model) {
     TestHost host;
     const UtilObject util(host);
     const auto check = [&](std::int64_t value) {
@@ -83,11 +83,6 @@ TEST(Amounts, texts_read_back_and_agree_with_the_model) {
                                                std::to_string(value < 0 ? -(value % 100) : value % 100),
                                            8, 2, 0))
             << value;
-        double back = 1;
-        ASSERT_EQ(read_amount_text(text, back), text[0] != '*');
-        if (text[0] != '*') {
-            ASSERT_EQ(back, static_cast<double>(value));
-        }
         ASSERT_EQ(amount_text(static_cast<double>(value), TOTAL_AMOUNT_POSITIONS), model_amount(value, 12));
     };
     for (std::int64_t value = 0; value < 20'000'000'000; value = value * 17 / 16 + 1)

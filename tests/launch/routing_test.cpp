@@ -69,8 +69,17 @@ struct Route {
         host.printers = {printer};
         const DynArray drafts;
         UtilObject util(host);
-        PrintRun print{selection, keys, drafts, files, *session, view, util, state, bar, target};
-        Imprime(print);
+        Imprime({.selection = selection,
+                 .W_ListeBalance = keys,
+                 .W_ListeBalanceTempo = drafts,
+                 .files = files,
+                 .session = *session,
+                 .state = state,
+                 .progress = bar,
+                 .failures = host.skipped_failures(),
+                 .today = host.today(),
+                 .routine = "Imprime"},
+                view, util, target);
         TarvexRecord record;
         static_cast<void>(error_of([&] { files.F_TEMPO->DBRead("BALANCEGENEDUPUIS", record); }));
         written = record(1);

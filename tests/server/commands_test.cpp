@@ -3,13 +3,10 @@
 
 #include "data/keys.h"
 #include "data/variable.h"
-#include "drafts/merged_pass.h"
 #include "host/printers.h"
 #include "importers/made_up_base.h"
+#include "launch/edition_run.h"
 #include "launch/server_edition.h"
-#include "ledger/edition.h"
-#include "ledger/ledger_pass.h"
-#include "ledger/page_frame.h"
 #include "output/surfaces.h"
 #include "scratch.h"
 #include "server/command_edition.h"
@@ -72,14 +69,17 @@ protected:
         state.reset_for_request();
         NoProgress progress;
         const auto surface = make_text_surface(folder_ / "attendu.txt");
-        Edition edition{selection, keys,     drafts,    open_files,           state,
-                        *surface,  progress, failures_, CivilDate{2024, 5, 6}};
-        Entete_Page(edition);
-        if (selection.with_drafts)
-            Impression_Detail_Brouillard(edition);
-        else
-            Impression_Detail(edition);
-        Imprime_Page_Total(edition);
+        print_edition({.selection = selection,
+                       .W_ListeBalance = keys,
+                       .W_ListeBalanceTempo = drafts,
+                       .files = open_files,
+                       .session = *session_,
+                       .state = state,
+                       .progress = progress,
+                       .failures = failures_,
+                       .today = {2024, 5, 6},
+                       .routine = "Imprime"},
+                      *surface);
         surface->EndDoc();
         return bytes_of(folder_ / "attendu.txt");
     }

@@ -1,9 +1,7 @@
 #include "support/small_base.h"
 
-#include "drafts/merged_pass.h"
+#include "launch/edition_run.h"
 #include "launch/ledger_query.h"
-#include "ledger/ledger_pass.h"
-#include "ledger/page_frame.h"
 #include "server/session.h"
 
 namespace corvalissement::testing_support {
@@ -73,17 +71,17 @@ void run_edition(const TestLedger& ledger, const Selection& selection, EditionRe
     const DynArray keys = select(session, ledger_query(selection));
     const DynArray drafts = selection.with_drafts ? select(session, temporary_query(selection)) : DynArray();
     NoProgress progress;
-    Edition edition{selection,      keys,     drafts,          files,     result.state,
-                    result.surface, progress, result.failures, TEST_TODAY};
-    constexpr std::string_view ROUTINE = "Imprime";
-    skip(result.failures, ROUTINE, [&] { Entete_Page(edition); });
-    skip(result.failures, ROUTINE, [&] {
-        if (selection.with_drafts)
-            Impression_Detail_Brouillard(edition);
-        else
-            Impression_Detail(edition);
-    });
-    skip(result.failures, ROUTINE, [&] { Imprime_Page_Total(edition); });
+    print_edition({.selection = selection,
+                   .W_ListeBalance = keys,
+                   .W_ListeBalanceTempo = drafts,
+                   .files = files,
+                   .session = session,
+                   .state = result.state,
+                   .progress = progress,
+                   .failures = result.failures,
+                   .today = TEST_TODAY,
+                   .routine = "Imprime"},
+                  result.surface);
 }
 
 } // namespace corvalissement::testing_support
