@@ -51,8 +51,8 @@ bool drop_accented_key(HostServices& host, int& key) {
     return true;
 }
 
-AccountSearch::AccountSearch(View& view, Fields fields, std::string_view search_name)
-    : view_(view), fields_(fields), search_name_(search_name) {}
+AccountSearch::AccountSearch(View& view, Variable& variable, Fields fields, std::string_view search_name)
+    : view_(view), variable_(variable), fields_(fields), search_name_(search_name) {}
 
 void AccountSearch::bind() {
     fields_.number.KeyPress = [this](int& key) { number_key_press(key); };
@@ -101,7 +101,7 @@ void AccountSearch::number_change() {
         fields_.label.set_text("");
         return;
     }
-    LedgerFiles& files = Variable::Files;
+    LedgerFiles& files = variable_.Files;
     const int error = skip(
         view_.host().skipped_failures(), "Txt_Cpte_Change",
         [&] { files.F_PLANCOMPTABLE->DBRead(fields_.entity.text() + number, files.R_PLANCOMPTABLE); },
@@ -116,17 +116,17 @@ void AccountSearch::number_change() {
 
 void AccountSearch::select(const std::string& query) {
     std::string work;
-    found_ = Variable::TheDatabase->DBSelect(query_request(query, year_file(fields_.year.text()).file, "0"),
+    found_ = variable_.TheDatabase->DBSelect(query_request(query, year_file(fields_.year.text()).file, "0"),
                                              "", work);
 }
 
 void AccountSearch::read_chart(std::string_view account) {
-    LedgerFiles& files = Variable::Files;
+    LedgerFiles& files = variable_.Files;
     files.F_PLANCOMPTABLE->DBRead(account, files.R_PLANCOMPTABLE);
 }
 
 void AccountSearch::add_label_row() {
-    LedgerFiles& files = Variable::Files;
+    LedgerFiles& files = variable_.Files;
     fields_.label.add_row(std::string(files.R_PLANCOMPTABLE(plan::LABEL)));
 }
 
@@ -210,7 +210,7 @@ void AccountSearch::search_by_label() {
         const std::string account(account_key(found_(1, 1)));
         take_account(1);
         read_chart(account);
-        fields_.label.set_text(std::string(Variable::Files.R_PLANCOMPTABLE(plan::LABEL)));
+        fields_.label.set_text(std::string(variable_.Files.R_PLANCOMPTABLE(plan::LABEL)));
     }
     busy.end();
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "data/dyn_array.h"
+#include "data/variable.h"
 #include "platform/view.h"
 
 #include <string>
@@ -23,7 +24,7 @@ public:
         bool& W_SansControleClasse;
     };
 
-    AccountSearch(View& view, Fields fields, std::string_view search_name);
+    AccountSearch(View& view, Variable& variable, Fields fields, std::string_view search_name);
 
     // Binds the events of the side's two fields.
     void bind();
@@ -47,6 +48,7 @@ private:
     void select(const std::string& query);
 
     View& view_;
+    Variable& variable_;
     Fields fields_;
     std::string_view search_name_; // the search's name in a report
     DynArray found_;               // W_ListeCpteDe, W_ListeCpteA: value 1 of attribute i is a balance key

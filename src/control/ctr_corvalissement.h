@@ -105,6 +105,8 @@ private:
     bool set_progress(long value) override;
 
     UtilObject util_;
+    Variable variable_;
+    AideObject help_;
 
     // The fields that routines touch, by their names.
     TextField& Txt_Entite;

@@ -15,9 +15,9 @@ std::string completed(const std::string& code) {
     return std::string(length < CODE_LENGTH ? CODE_LENGTH - length : 0, '0') + code;
 }
 
-DynArray select_entities(const std::string& query) {
+DynArray select_entities(TarvexSession& session, const std::string& query) {
     std::string work;
-    return Variable::TheDatabase->DBSelect(query_request(query, files::ASSOCIATION, "0 1"), "", work);
+    return session.DBSelect(query_request(query, files::ASSOCIATION, "0 1"), "", work);
 }
 
 } // namespace
@@ -25,7 +25,7 @@ DynArray select_entities(const std::string& query) {
 void Ctr_Corvalissement::Remplir_Combo_Entite() {
     BusyBracket busy(*this);
     Cbo_Entite.clear();
-    W_ListeEntite = select_entities("SSELECT ASSOCIATION PAR 0");
+    W_ListeEntite = select_entities(*variable_.TheDatabase, "SSELECT ASSOCIATION PAR 0");
     for (std::size_t i = 1; !W_ListeEntite(i, 1).empty(); ++i)
         Cbo_Entite.add_row(std::string(W_ListeEntite(i, 2)));
     busy.end();
@@ -51,7 +51,7 @@ void Ctr_Corvalissement::Txt_Entite_Change() {
         return;
     }
     SkippedFailures& place = host().skipped_failures();
-    LedgerFiles& shared = Variable::Files;
+    LedgerFiles& shared = variable_.Files;
     const int error = skip(
         place, "Txt_Entite_Change",
         [&] { shared.F_ASSOCIATION->DBRead(Txt_Entite.text(), shared.R_ASSOCIATION); }, ERR_NOT_FOUND);
@@ -85,7 +85,8 @@ void Ctr_Corvalissement::Cbo_Entite_KeyPress(int& key) {
 void Ctr_Corvalissement::search_entity() {
     BusyBracket busy(*this);
     const std::string begin = capitals(Cbo_Entite.text());
-    W_ListeEntite = select_entities("SSELECT ASSOCIATION AVEC 1 = " + quoted(begin + "]") + " PAR 0");
+    W_ListeEntite = select_entities(*variable_.TheDatabase,
+                                    "SSELECT ASSOCIATION AVEC 1 = " + quoted(begin + "]") + " PAR 0");
     if (W_ListeEntite.text().empty()) {
         host().beep();
         message(host(), "Aucune entité commençant par " + begin);

@@ -39,11 +39,6 @@ constexpr std::array<std::string_view, 13> SELECTION = {
 
 constexpr int BUTTON_RIGHT = 2;
 
-AideObject& help_object() {
-    static AideObject help; // made at its first use, there for the life of the process
-    return help;
-}
-
 } // namespace
 
 Ctr_Corvalissement::Ctr_Corvalissement(HostServices& host)
@@ -68,9 +63,11 @@ Ctr_Corvalissement::Ctr_Corvalissement(HostServices& host)
       Pgr_ProgressBar(field<ProgressBarField>("Pgr_ProgressBar")), Cmd_Imprimer(field<Field>("Cmd_Imprimer")),
       Cmd_Sortir(field<Field>("Cmd_Sortir")), mnu_Aide(field<Field>("mnu_Aide")),
       Mnu_Sommaire(field<Field>("Mnu_Sommaire")),
-      account_de_(*this, {Txt_CpteDe, Cbo_CpteDe, Txt_Entite, Cbo_Exer, Cbo_EditCpte, W_SansControleClasse},
+      account_de_(*this, variable_,
+                  {Txt_CpteDe, Cbo_CpteDe, Txt_Entite, Cbo_Exer, Cbo_EditCpte, W_SansControleClasse},
                   "Recherche_Code_Compte_De"),
-      account_a_(*this, {Txt_CpteA, Cbo_CpteA, Txt_Entite, Cbo_Exer, Cbo_EditCpte, W_SansControleClasse},
+      account_a_(*this, variable_,
+                 {Txt_CpteA, Cbo_CpteA, Txt_Entite, Cbo_Exer, Cbo_EditCpte, W_SansControleClasse},
                  "Recherche_Code_Compte_A") {
     bind_events();
 }
@@ -116,17 +113,17 @@ void Ctr_Corvalissement::set_DroitsUtilisateur(std::shared_ptr<UserRights> right
 }
 
 void Ctr_Corvalissement::set_TheClient(std::shared_ptr<TarvexClient> client) {
-    Variable::TheClient = std::move(client);
+    variable_.TheClient = std::move(client);
 }
 
 void Ctr_Corvalissement::set_TheDatabase(std::shared_ptr<TarvexSession> session) {
-    Variable::TheDatabase = std::move(session);
+    variable_.TheDatabase = std::move(session);
 }
 
 void Ctr_Corvalissement::Init() {
     BusyBracket busy(*this);
     W_ModeAjout = false;
-    Procedure::Proc_OuvreFichiers();
+    Procedure::Proc_OuvreFichiers(variable_);
     ProfilUser();
     Masquer_Depart();
     Remplir_Combo_Entite();
@@ -191,10 +188,9 @@ void Ctr_Corvalissement::Cadre_MouseDown(int button) {
 }
 
 void Ctr_Corvalissement::Mnu_Sommaire_Click() {
-    AideObject& help = help_object();
-    help.AideClient(Variable::TheClient);
-    help.AideBase(Variable::TheDatabase);
-    help.AidePage(host(), "Corvalissement.htm", "P", "Edition du grand livre général");
+    help_.AideClient(variable_.TheClient);
+    help_.AideBase(variable_.TheDatabase);
+    help_.AidePage(host(), "Corvalissement.htm", "P", "Edition du grand livre général");
 }
 
 void Ctr_Corvalissement::Opt_Liste_Click() {
@@ -224,7 +220,7 @@ void Ctr_Corvalissement::UserControl_Terminate() {
     account_a_.release();
     W_ListeBalance = DynArray();
     W_ListeBalanceTempo = DynArray();
-    Procedure::Proc_FermeFichiers();
+    Procedure::Proc_FermeFichiers(variable_);
 }
 
 void Ctr_Corvalissement::show_progress(bool visible) { Pgr_ProgressBar.set_visible(visible); }

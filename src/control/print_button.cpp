@@ -11,7 +11,7 @@ namespace corvalissement {
 // query, which then has no year clause.
 void Ctr_Corvalissement::move_start_date() {
     if (Cac_CumulAnt.value() != 1) return;
-    const std::string_view first_day = Variable::Files.R_PARAMENTITECOMPTA(parament::FIRST_DAY_N1);
+    const std::string_view first_day = variable_.Files.R_PARAMENTITECOMPTA(parament::FIRST_DAY_N1);
     if (util_.TexteVersDate(Txt_DateDeb.text()) == first_day) return;
     Txt_DateDeb.set_text(util_.DateVersTexte(first_day));
     W_Sortir = -1;
@@ -65,7 +65,7 @@ void Ctr_Corvalissement::Cmd_Imprimer_Click() {
     const Selection selection = read_selection();
     const QueryText query = ledger_query(selection);
     std::string work;
-    W_ListeBalance = Variable::TheDatabase->DBSelect(query_request(query.query, query.file, "0"), "", work);
+    W_ListeBalance = variable_.TheDatabase->DBSelect(query_request(query.query, query.file, "0"), "", work);
     if (selection.with_drafts) {
         print_with_drafts(selection);
         return;
@@ -79,11 +79,11 @@ void Ctr_Corvalissement::Cmd_Imprimer_Click() {
 }
 
 void Ctr_Corvalissement::print_with_drafts(const Selection& selection) {
-    Vider_Fichier_TEMPO(*Variable::TheDatabase);
+    Vider_Fichier_TEMPO(*variable_.TheDatabase);
     {
         BusyBracket busy(*this);
-        Variable::G_Entite = Txt_Entite.text();
-        dialog_ = std::make_unique<Frm_AffectCompta>(host());
+        variable_.G_Entite = Txt_Entite.text();
+        dialog_ = std::make_unique<Frm_AffectCompta>(host(), variable_);
         dialog_->set_entity_caption(Txt_Entite.text() + " " + Cbo_Entite.text());
         dialog_->Form_Load();
         busy.end();
@@ -91,10 +91,10 @@ void Ctr_Corvalissement::print_with_drafts(const Selection& selection) {
     host().show_modal(*dialog_);
     dialog_.reset();
     // The query runs in every case, also when the dialog was left without an assignment.
-    W_ListeBalanceTempo = Requete_BALANCEGENETEMPO(*Variable::TheDatabase, selection);
-    if (Variable::G_Abandon != 0) return;
+    W_ListeBalanceTempo = Requete_BALANCEGENETEMPO(*variable_.TheDatabase, selection);
+    if (variable_.G_Abandon != 0) return;
     run_edition(selection);
-    Vider_Fichier_TEMPO(*Variable::TheDatabase);
+    Vider_Fichier_TEMPO(*variable_.TheDatabase);
     leave();
 }
 
@@ -102,14 +102,14 @@ void Ctr_Corvalissement::run_edition(const Selection& selection) {
     const EditionJob job{.selection = selection,
                          .W_ListeBalance = W_ListeBalance,
                          .W_ListeBalanceTempo = W_ListeBalanceTempo,
-                         .files = Variable::Files,
-                         .session = *Variable::TheDatabase,
+                         .files = variable_.Files,
+                         .session = *variable_.TheDatabase,
                          .state = print_state_,
                          .progress = *this,
                          .failures = host().skipped_failures(),
                          .today = host().today(),
                          .routine = "Imprime"};
-    Imprime(job, *this, util_, Variable::G_Imprimante);
+    Imprime(job, *this, util_, variable_.G_Imprimante);
 }
 
 } // namespace corvalissement

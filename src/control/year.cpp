@@ -26,7 +26,7 @@ void Ctr_Corvalissement::set_year_dates(std::string_view first_day, std::string_
 // month, twelve months before the month that follows its end.
 void Ctr_Corvalissement::set_previous_year_dates() {
     SkippedFailures& place = host().skipped_failures();
-    const TarvexRecord& parameters = Variable::Files.R_PARAMENTITECOMPTA;
+    const TarvexRecord& parameters = variable_.Files.R_PARAMENTITECOMPTA;
     skip(place, "Cbo_Exer_Click", [&] {
         const std::int64_t last_day = day_number(parameters(parament::FIRST_DAY_N)) - 1;
         Txt_DateFin.set_text(util_.DateVersTexte(std::to_string(last_day)));
@@ -50,7 +50,7 @@ void Ctr_Corvalissement::set_previous_year_dates() {
 
 void Ctr_Corvalissement::Cbo_Exer_Click() {
     SkippedFailures& place = host().skipped_failures();
-    LedgerFiles& shared = Variable::Files;
+    LedgerFiles& shared = variable_.Files;
     const TarvexRecord& parameters = shared.R_PARAMENTITECOMPTA;
     const int error = skip(
         place, "Cbo_Exer_Click",

@@ -5,14 +5,14 @@
 
 namespace corvalissement::Procedure {
 
-void Proc_OuvreFichiers() {
-    if (!Variable::TheDatabase) throw StepFailure(ERR_STORE, "aucune session de base n'a été donnée");
-    Variable::Files.open(*Variable::TheDatabase);
+void Proc_OuvreFichiers(Variable& variable) {
+    if (!variable.TheDatabase) throw StepFailure(ERR_STORE, "aucune session de base n'a été donnée");
+    variable.Files.open(*variable.TheDatabase);
 }
 
-void Proc_FermeFichiers() {
-    Variable::Files.release();
-    Variable::TheDatabase.reset();
+void Proc_FermeFichiers(Variable& variable) {
+    variable.Files.release();
+    variable.TheDatabase.reset();
 }
 
 std::string Proc_NomUtilisateur(HostServices& host) { return std::string(chars(host.user_name(), 1, 19)); }

@@ -25,9 +25,8 @@ public:
     [[nodiscard]] virtual std::shared_ptr<UserRight> DroitSur(std::string_view key) = 0;
 };
 
-// Shows help pages. The client and the session are kept for the page that wants them. This object outlives
-// every control of the process, and a session frees its locks when it goes: so the session is kept for as
-// long as its control has it, and no longer.
+// Shows help pages. The client and the session are kept for the page that wants them, the session for as long
+// as its control has it and no longer: it frees its locks when it goes.
 class AideObject {
 public:
     void AideClient(std::shared_ptr<TarvexClient> client) { client_ = std::move(client); }

@@ -6,15 +6,6 @@
 
 namespace corvalissement {
 
-namespace Variable {
-std::shared_ptr<TarvexClient> TheClient;
-std::shared_ptr<TarvexSession> TheDatabase;
-LedgerFiles Files;
-std::int16_t G_Abandon = 0;
-std::string G_Imprimante;
-std::string G_Entite;
-} // namespace Variable
-
 namespace {
 
 struct FileSlot {

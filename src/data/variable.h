@@ -1,6 +1,5 @@
-// The module `Variable`: what the control and its dialog share. There is one set of these globals for the
-// process. The thirteen open files and record slots are a value of their own, so that an edition made by
-// the server opens its own and never disturbs those of a control in the same process.
+// `Variable`: what the routines of a control and its dialog share. The thirteen open files and record slots
+// are a value of their own, so that an edition made by the server opens its own.
 #pragma once
 
 #include "data/tarvex.h"
@@ -47,13 +46,15 @@ struct LedgerFiles {
     void release();
 };
 
-namespace Variable {
-extern std::shared_ptr<TarvexClient> TheClient;    // set by the host, used by the help only
-extern std::shared_ptr<TarvexSession> TheDatabase; // set by the host
-extern LedgerFiles Files;                          // F_... and R_...
-extern std::int16_t G_Abandon;   // 0: the assignment was carried out; -1: the dialog was left
-extern std::string G_Imprimante; // printer target of the server's edition
-extern std::string G_Entite;     // entity code, for the assignment dialog
-} // namespace Variable
+// One control's own: several controls, each with its session, live in one process. The control hands it to
+// its routines and to its dialog.
+struct Variable {
+    std::shared_ptr<TarvexClient> TheClient;    // set by the host, used by the help only
+    std::shared_ptr<TarvexSession> TheDatabase; // set by the host
+    LedgerFiles Files;                          // F_... and R_...
+    std::int16_t G_Abandon = 0;                 // 0: the assignment was carried out; -1: the dialog was left
+    std::string G_Imprimante;                   // printer target of the server's edition
+    std::string G_Entite;                       // entity code, for the assignment dialog
+};
 
 } // namespace corvalissement

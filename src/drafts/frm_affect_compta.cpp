@@ -76,10 +76,11 @@ std::string sequence_key(std::string_view entity, std::string_view row) {
     return key;
 }
 
-Frm_AffectCompta::Frm_AffectCompta(HostServices& host)
+Frm_AffectCompta::Frm_AffectCompta(HostServices& host, Variable& variable)
     : View(host, "Frm_AffectCompta", "Affectation des écritures comptables", DIALOG_WIDTH, DIALOG_HEIGHT,
            INVENTORY),
-      Etq_Entite(field<Field>("Etq_Entite")), Lst_SequencePos(field<ListField>("Lst_SequencePos")),
+      variable_(variable), Etq_Entite(field<Field>("Etq_Entite")),
+      Lst_SequencePos(field<ListField>("Lst_SequencePos")),
       Lst_SequenceSel(field<ListField>("Lst_SequenceSel")), Cmd_Affecter(field<Field>("Cmd_Affecter")) {
     Unload = [this] { return Form_Unload(); };
     find("Cmd_PasseDroit")->Click = [this] { Passage_A_Droite(); };
@@ -120,15 +121,15 @@ bool Frm_AffectCompta::Form_Unload() {
 
 void Frm_AffectCompta::Remplir_Liste_Pos() {
     SkippedFailures& place = host().skipped_failures();
-    LedgerFiles& shared = Variable::Files;
+    LedgerFiles& shared = variable_.Files;
     constexpr std::string_view ROUTINE = "Remplir_Liste_Pos";
     Lst_SequencePos.clear();
     const std::string query = "SSELECT BROUILLARDTETE AVEC SoldeBrouillardTete = \"0\" AND AVEC 0 = \"" +
-                              Variable::G_Entite + "]\" PAR 0";
+                              variable_.G_Entite + "]\" PAR 0";
     skip(place, ROUTINE, [&] {
         std::string work;
         W_ListeSequences =
-            Variable::TheDatabase->DBSelect(query_request(query, files::BROUILLARDTETE, "0"), "", work);
+            variable_.TheDatabase->DBSelect(query_request(query, files::BROUILLARDTETE, "0"), "", work);
     });
     if (W_ListeSequences(1).empty()) return;
     W_NbSequences = W_ListeSequences.DCount();
@@ -200,7 +201,7 @@ void Frm_AffectCompta::PickExe() {
     const auto execute = [&](const std::string& request) {
         skip(place, ASSIGNMENT_ROUTINE, [&] {
             std::string work;
-            Variable::TheDatabase->DBExecute(request, "", work);
+            variable_.TheDatabase->DBExecute(request, "", work);
         });
     };
     execute(bare_command("DATE.FORMAT"));
@@ -217,14 +218,14 @@ void Frm_AffectCompta::Cmd_Affecter_Click() {
     BusyBracket busy(*this);
     PickExe();
     busy.end();
-    Variable::G_Abandon = 0;
+    variable_.G_Abandon = 0;
     W_Sortir = -1;
     host().unload_dialog(*this);
 }
 
 void Frm_AffectCompta::Cmd_Sortir_Click() {
     W_Sortir = -1;
-    Variable::G_Abandon = -1;
+    variable_.G_Abandon = -1;
     host().unload_dialog(*this);
 }
 

@@ -2,8 +2,8 @@
 // upper list shows the sequences of the entity, the lower one those to be taken in; rows are copied down
 // and removed again.
 //
-// The caller sets Variable::G_Entite and the caption of Etq_Entite, calls Form_Load, shows the dialog
-// modally, and then reads Variable::G_Abandon.
+// The caller sets G_Entite and the caption of Etq_Entite, calls Form_Load, shows the dialog
+// modally, and then reads G_Abandon.
 //
 // A row is a text of 71 characters, read back by the assignment:
 //   1-2 journal  5-37 journal label  38-48 debit  50-60 credit  63-67 "N" or "N + 1"  71 order number
@@ -29,7 +29,8 @@ inline constexpr std::string_view SEQUENCES_HELD =
 
 class Frm_AffectCompta final : public View {
 public:
-    explicit Frm_AffectCompta(HostServices& host);
+    // `variable` is that of the control, and outlives the dialog.
+    Frm_AffectCompta(HostServices& host, Variable& variable);
 
     void set_entity_caption(std::string caption);
 
@@ -57,6 +58,7 @@ private:
     void PickExe();
     void enable_assignment();
 
+    Variable& variable_;
     Field& Etq_Entite;
     ListField& Lst_SequencePos;
     ListField& Lst_SequenceSel;

@@ -103,7 +103,6 @@ void ControlWidget::shut() {
     view_ = nullptr;
     control_->UserControl_Terminate();
     control_.reset();
-    Variable::TheDatabase.reset();
 }
 
 bool ControlWidget::may_close() const noexcept { return view_ == nullptr || !view_->busy(); }

@@ -9,7 +9,6 @@
 #include <QHBoxLayout>
 #include <QImage>
 #include <QLineEdit>
-#include <QPointer>
 #include <QPushButton>
 #include <QTextBrowser>
 #include <QVBoxLayout>
@@ -22,6 +21,7 @@ namespace corvalissement {
 namespace {
 
 constexpr int PICTURE_WIDTH = 760; // as the page asks for its widest pictures
+const QString NAME = QStringLiteral("Aide");
 
 // The browser would shrink a picture by leaving out lines, and its letters with them.
 class HelpBrowser final : public QTextBrowser {
@@ -64,16 +64,24 @@ QHBoxLayout* make_bar(QTextBrowser& browser, QWidget& window) {
     return bar;
 }
 
+// The help window that is open already, or null.
+QDialog* open_window() {
+    for (QWidget* window : QApplication::topLevelWidgets())
+        if (window->objectName() == NAME && !window->testAttribute(Qt::WA_WState_Hidden))
+            if (auto* dialog = qobject_cast<QDialog*>(window)) return dialog;
+    return nullptr;
+}
+
 } // namespace
 
 void show_help_window(const QString& page, const QString& title) {
     enter_help_resource();
-    static QPointer<QDialog> window;
-    static QPointer<QTextBrowser> browser;
-    if (!window) {
+    QDialog* window = open_window();
+    auto* browser = window != nullptr ? window->findChild<HelpBrowser*>() : nullptr;
+    if (window == nullptr) {
         window = new QDialog;
         window->setAttribute(Qt::WA_DeleteOnClose);
-        window->setObjectName(QStringLiteral("Aide"));
+        window->setObjectName(NAME);
         window->setWindowFlag(Qt::WindowMinMaxButtonsHint);
         browser = new HelpBrowser;
         browser->setAccessibleName(QObject::tr("Page d'aide"));

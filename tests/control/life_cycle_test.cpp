@@ -4,6 +4,7 @@
 #include "host/fixed_rights.h"
 #include "server/session.h"
 #include "support/faulty_session.h"
+#include "support/small_base.h"
 #include "support/test_host.h"
 
 #include <gtest/gtest.h>
@@ -36,7 +37,8 @@ TEST(LifeCycle, rights_are_asked_when_set_and_missed_at_Init) {
 
 TEST(LifeCycle, dialog_misses_rights_as_the_control_does) {
     TestHost host;
-    Frm_AffectCompta dialog(host);
+    Variable variable;
+    Frm_AffectCompta dialog(host, variable);
     EXPECT_NE(error_of([&] { dialog.set_DroitsUtilisateur(nullptr); }), 0);
     EXPECT_NE(error_of([&] { dialog.Init(); }), 0);
     for (const std::int32_t level : {1, LEVEL_EDITION}) {
@@ -59,7 +61,6 @@ TEST(LifeCycle, file_that_cannot_be_opened_reaches_the_host) {
         }));
     EXPECT_EQ(error_of([&] { control.Init(); }), ERR_STORE);
     EXPECT_EQ(opened, "ASSOCIATION BALANCEGENE BALANCEGENEARCHIVE BALANCEGENETEMPO BROUILLARDTETE ");
-    EXPECT_TRUE(Variable::Files.F_BALANCEGENETEMPO && !Variable::Files.F_JOURNAL);
     control.UserControl_Terminate();
 }
 
@@ -71,7 +72,9 @@ TEST(LifeCycle, end_releases_rights_files_and_session_but_not_the_client) {
     const std::weak_ptr<Level2> rights_held = rights;
     const std::weak_ptr<ServerSession> session_held = session;
     control.set_DroitsUtilisateur(std::move(rights));
-    control.set_TheClient(std::make_shared<TarvexClient>());
+    auto client = std::make_shared<TarvexClient>();
+    const std::weak_ptr<TarvexClient> client_held = client;
+    control.set_TheClient(std::move(client));
     control.set_TheDatabase(std::move(session));
     control.Init();
     EXPECT_EQ(control.focus(), control.find("Txt_Entite"));
@@ -79,8 +82,42 @@ TEST(LifeCycle, end_releases_rights_files_and_session_but_not_the_client) {
     control.find("Mnu_Sommaire")->Click(); // the help object outlives the control
     control.UserControl_Terminate();
     EXPECT_TRUE(rights_held.expired() && session_held.expired());
-    EXPECT_FALSE(Variable::Files.F_ASSOCIATION || Variable::Files.F_TEMPO);
-    EXPECT_TRUE(Variable::TheClient);
+    EXPECT_FALSE(client_held.expired());
+}
+
+// A host of its own for each, so that neither the bases nor the records last read are shared.
+TEST(LifeCycle, controls_of_one_process_keep_to_their_own_sessions) {
+    struct Place final : TestHost {
+        explicit Place(const std::string& name) {
+            auto store = make_memory_store();
+            TestLedger ledger;
+            ledger.association.front() = name;
+            ledger.chart["0014010000000"] = "Compte de " + name;
+            ledger.ledger = {{"N00014010000000",
+                              "1",
+                              {{45292, "001VEN000001", "0014010000000", "", "", "5", "", "", "", ""}}}};
+            put(*store, ledger);
+            put(*store, "PARAMENTITECOMPTA", "001", {"45292", "45657", "45658", "46022"});
+            printers = {std::make_shared<RecordingSurface>()};
+            start(std::make_shared<ServerSession>(std::move(store)));
+        }
+        [[nodiscard]] std::string paper() const {
+            std::string text;
+            for (const PaperRow& row : printers.front()->rows())
+                text += row.text + "\n";
+            return text;
+        }
+    };
+    Place first("PREMIER");
+    Place second("SECOND");
+    for (Place* place : {&first, &second})
+        place->control()->field<TextField>("Txt_Entite").set_text("001");
+    first.control()->find("Cmd_Imprimer")->Click();
+    second.control()->find("Cmd_Imprimer")->Click();
+    EXPECT_NE(first.paper().find("Compte de PREMIER"), std::string::npos) << first.paper();
+    EXPECT_NE(second.paper().find("Compte de SECOND"), std::string::npos) << second.paper();
+    EXPECT_EQ(first.paper().find("SECOND"), std::string::npos);
+    EXPECT_EQ(second.paper().find("PREMIER"), std::string::npos);
 }
 
 } // namespace
