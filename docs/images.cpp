@@ -232,7 +232,8 @@ void take_all(const QString& folder) {
     window.show();
     studio.take(window, "accueil");
     {
-        ImportDialog import({QStringLiteral("ecritures-2024.txt")}, &window);
+        const auto store = open_embedded_store(field_text(base), OpenMode::must_exist);
+        ImportDialog import({QStringLiteral("ecritures-2024.txt")}, *store, &window);
         part<QLineEdit>(import, "Nom").setText(QStringLiteral("Menuiserie des Trois Rivières"));
         import.show();
         studio.take(import, "importation");

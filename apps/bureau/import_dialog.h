@@ -1,9 +1,12 @@
 // What an accounting file becomes in the base: entity, name, address, and how its lines are taken.
 #pragma once
 
+#include "importers/entity_records.h"
 #include "importers/fec_importer.h"
 
 #include <QDialog>
+
+#include <optional>
 
 class QCheckBox;
 class QLabel;
@@ -12,9 +15,12 @@ class QPushButton;
 
 namespace corvalissement {
 
+// Begins with the first entity that the base doesn't have yet. One that it has is shown with what it holds,
+// and taken only when the user says that the files belong to it.
 class ImportDialog final : public QDialog {
 public:
-    explicit ImportDialog(const QStringList& files, QWidget* parent);
+    // `store` must outlive the dialog and is only read.
+    ImportDialog(const QStringList& files, Store& store, QWidget* parent);
 
     // The options as they stand in the fields.
     [[nodiscard]] FecOptions options() const;
@@ -22,9 +28,17 @@ public:
 private:
     [[nodiscard]] std::string fault() const;
     void check();
+    void look_up_entity();
+    void make_room();
 
     QStringList files_;
+    Store& store_;
+    std::optional<EntityFacts> standing_; // what the base holds of the entity in the field
+    bool name_typed_ = false;
     QLineEdit* entity_ = nullptr;
+    QLabel* facts_ = nullptr;
+    QCheckBox* add_ = nullptr;
+    QPushButton* fresh_ = nullptr;
     QLineEdit* name_ = nullptr;
     QLineEdit* street_ = nullptr;
     QLineEdit* street_2_ = nullptr;

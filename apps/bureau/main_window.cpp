@@ -265,8 +265,17 @@ void MainWindow::ask_import() {
         this, tr("Fichiers des écritures comptables"), QFileInfo(base_).absolutePath(),
         tr("Fichiers des écritures comptables (*.txt *.csv *.fec);;Tous les fichiers (*)"));
     if (paths.isEmpty()) return;
-    ImportDialog dialog(paths, this);
-    if (dialog.exec() == QDialog::Accepted) import(dialog.options());
+    FecOptions options;
+    try {
+        const auto store = open_embedded_store(field_text(base_), OpenMode::must_exist);
+        ImportDialog dialog(paths, *store, this);
+        if (dialog.exec() != QDialog::Accepted) return;
+        options = dialog.options();
+    } catch (const std::exception& failure) {
+        tell_failure(failure);
+        return;
+    }
+    import(options);
 }
 
 // The control holds the base it reads from, so it goes before the base changes and comes back behind.
@@ -296,6 +305,15 @@ void MainWindow::import(const FecOptions& options) {
     } catch (const ImportGivenUp&) {
         progress.close();
         statusBar()->showMessage(tr("Importation abandonnée : la base est inchangée."));
+    } catch (const OtherCompany& other) {
+        progress.close();
+        if (confirms(other)) {
+            FecOptions confirmed = options;
+            confirmed.same_entity = true;
+            import(confirmed);
+            return;
+        }
+        statusBar()->showMessage(tr("Importation abandonnée : la base est inchangée."));
     } catch (const BadInput& bad) {
         progress.close();
         QString told = shown_text(bad.text());
@@ -307,6 +325,17 @@ void MainWindow::import(const FecOptions& options) {
         tell_failure(failure);
     }
     begin_edition();
+}
+
+bool MainWindow::confirms(const OtherCompany& other) {
+    QMessageBox box(QMessageBox::Warning, windowTitle(), shown_text(other.file() + " : " + other.fact()),
+                    QMessageBox::NoButton, this);
+    box.setInformativeText(
+        tr("Ces écritures seraient ajoutées à celles d'une autre entreprise, sans retour possible."));
+    QAbstractButton* add = box.addButton(tr("&Ajouter quand même"), QMessageBox::AcceptRole);
+    box.setDefaultButton(box.addButton(tr("A&bandonner"), QMessageBox::RejectRole));
+    box.exec();
+    return box.clickedButton() == add;
 }
 
 void MainWindow::tell_failure(const std::exception& failure) {

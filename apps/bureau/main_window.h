@@ -39,6 +39,7 @@ private:
     void show_document(std::shared_ptr<RecordedDocument> document);
     void set_level(std::int32_t level);
     void show_state();
+    bool confirms(const OtherCompany& other);
     void tell_failure(const std::exception& failure);
 
     QStackedWidget* pages_ = nullptr;

@@ -64,6 +64,8 @@ void add_importer(CLI::App& app, Run& run) {
     command->add_flag("--auxiliaires", options->fec.auxiliaries, "Un compte pour chaque tiers");
     command->add_flag("--hors-bornes", options->fec.outside_bounds,
                       "Laisse de côté les lignes hors des trois exercices");
+    command->add_flag("--meme-entite", options->fec.same_entity,
+                      "Prend aussi un fichier dont le nom est celui d'une autre entreprise (SIREN)");
     finish_options(*command);
     command->callback([options, &run] { run = [options] { return run_importer(*options); }; });
 }

@@ -26,20 +26,6 @@ std::string letters_of(const FecOptions& options) {
            (options.outside_bounds ? "H" : "");
 }
 
-// Bounds of year N that the base has.
-std::optional<FiscalYears> years_of_base(Store& store, const std::string& entity) {
-    DynArray record;
-    if (!store.read(store.file(files::PARAMENTITECOMPTA), entity, record.buffer())) return std::nullopt;
-    record.changed();
-    FiscalYears standing;
-    if (!parse_whole(record(parament::FIRST_DAY_N), standing.first_day) ||
-        !parse_whole(record(parament::LAST_DAY_N), standing.last_day))
-        return std::nullopt;
-    std::int64_t end_of_next = 0;
-    if (parse_whole(record(parament::LAST_DAY_N1), end_of_next)) standing.known_end_of_next = end_of_next;
-    return standing;
-}
-
 bool contradict(const FecOptions& options, const FiscalYears& standing) {
     return (options.first_day && *options.first_day != standing.first_day) ||
            (options.last_day && *options.last_day != standing.last_day);
@@ -137,7 +123,7 @@ private:
     // The base's years count, unless the options may set right what an import has guessed.
     void settle_known_years() {
         const FecOptions& options = shared_.options;
-        const auto standing = years_of_base(shared_.store, options.entity);
+        const auto standing = years_of_entity(shared_.store, options.entity);
         const bool given = options.first_day || options.last_day;
         if (standing && !(given && contradict(options, *standing))) {
             shared_.years = {*standing, YearSource::base};
@@ -220,6 +206,7 @@ private:
                                "ce fichier est déjà dans la base avec d'autres options (--brouillards, "
                                "--auxiliaires ou --hors-bornes)");
         } else {
+            check_company(path);
             outcome = take_file(shared_, *looked.file, looked.facts, progress);
             outcome.options = letters_of(options);
             shared_.store.write(tables, key, text_of(outcome));
@@ -227,6 +214,27 @@ private:
             shared_.years_of_this_call = true;
         }
         gather(outcome, options.paths.size() > 1 ? sanitize(path) + " : " : "");
+    }
+
+    // Two companies in one entity would be added up without a way back.
+    void check_company(const std::string& path) {
+        const FecOptions& options = shared_.options;
+        const std::string company = fec_name(path).company;
+        if (company.empty()) return;
+        const auto known = companies_of(shared_.store, options.entity);
+        if (!known.empty() && std::find(known.begin(), known.end(), company) == known.end() &&
+            !options.same_entity) {
+            std::string others;
+            for (const std::string& other : known)
+                others += (others.empty() ? "" : ", ") + other;
+            throw OtherCompany(
+                path,
+                "le nom du fichier est celui de l'entreprise " + company + ", alors que l'entité " +
+                    options.entity + " contient les écritures de " + others,
+                "donnez-lui une autre entité, par exemple --entite " + first_free_entity(shared_.store) +
+                    ", ou confirmez par --meme-entite que c'est la même");
+        }
+        note_company(shared_.store, options.entity, company);
     }
 
     void gather(const FecOutcome& outcome, const std::string& prefix) {

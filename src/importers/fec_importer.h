@@ -1,6 +1,7 @@
 // Takes accounting entry files in the French statutory format (FEC) into a base.
 #pragma once
 
+#include "importers/bad_input.h"
 #include "importers/fiscal_years.h"
 #include "server/store.h"
 
@@ -25,6 +26,7 @@ struct FecOptions {
     bool drafts = false;         // lines without a validation date become draft sequences
     bool auxiliaries = false;    // third parties get accounts of their own below "40" and "41"
     bool outside_bounds = false; // lines outside the three years are left out and counted
+    bool same_entity = false;    // files that name another company belong to the entity all the same
 };
 
 // One of the three years: its bounds, where they come from ("options", "base", "nom du fichier",
@@ -54,15 +56,28 @@ struct FecSummary {
     [[nodiscard]] std::string to_json() const;
 };
 
+// A file that names another company (SIREN) than the entity's earlier ones. Who is sure takes it with
+// `same_entity`.
+class OtherCompany final : public BadInput {
+public:
+    // `fact` says what differs, `remedy` what to type on the command line.
+    OtherCompany(const std::string& file, const std::string& fact, const std::string& remedy)
+        : BadInput(file, 0, fact + " ; " + remedy), fact_(fact) {}
+    [[nodiscard]] const std::string& fact() const noexcept { return fact_; }
+
+private:
+    std::string fact_;
+};
+
 // What is wrong with the options, in French; "" when nothing is. The files are not looked at.
 [[nodiscard]] std::string fault_of_options(const FecOptions& options);
 
 // Takes all the files in one transaction. What cannot be taken is BadInput (file, line, reason) and leaves
 // the base as it was, and so do bounds that contradict those of the base, or a file taken before with other
-// options. But bounds that an import has worked out can be set right: as long as the base holds nothing of
-// the entity but these very files, they are taken again with the bounds given. A file that the base has
-// already is passed over and gives its summary again. A further file of the same entity is added: line
-// numbers go on, balances grow.
+// options; OtherCompany when it names another company than the entity's earlier files. But bounds that an
+// import has worked out can be set right: as long as the base holds nothing of the entity but these very
+// files, they are taken again with the bounds given. A file that the base has already is passed over and
+// gives its summary again. A further file of the same entity is added: line numbers go on, balances grow.
 //
 // The files are read line by line, in two passes over their content after one over their bytes; memory
 // grows with the number of entries (some 20 bytes each), not with the size of the file. `progress`, which

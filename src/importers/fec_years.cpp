@@ -81,14 +81,22 @@ std::optional<YearSource> year_source_of(std::string_view name) noexcept {
     return static_cast<YearSource>(found - SOURCES.begin());
 }
 
-std::optional<std::int64_t> closing_day_in(std::string_view path) {
+FecName fec_name(std::string_view path) {
+    constexpr std::size_t SIREN = 9;
     const std::size_t slash = path.rfind('/');
     if (slash != std::string_view::npos) path.remove_prefix(slash + 1);
     const std::string name = capitals(path);
-    std::optional<std::int64_t> closing;
-    for (std::size_t at = name.find("FEC"); at != std::string::npos; at = name.find("FEC", at + 1))
-        if (const auto day = day_of_digits(std::string_view(name).substr(at + 3, 8))) closing = day;
-    return closing;
+    FecName told;
+    for (std::size_t at = name.find("FEC"); at != std::string::npos; at = name.find("FEC", at + 1)) {
+        const auto day = day_of_digits(std::string_view(name).substr(at + 3, 8));
+        if (!day) continue;
+        told.closing = day;
+        std::size_t digits = 0;
+        while (digits < at && name[at - digits - 1] >= '0' && name[at - digits - 1] <= '9')
+            ++digits;
+        if (digits == SIREN) told.company = name.substr(at - SIREN, SIREN);
+    }
+    return told;
 }
 
 void YearEvidence::add(std::size_t journal, const FecRow& row) {
@@ -192,7 +200,7 @@ SourcedYears YearEvidence::guess(std::string_view path) const {
 std::optional<FiscalYears>
 YearEvidence::years_by_name(std::string_view path,
                             const std::map<std::int64_t, std::uint64_t>& openings) const {
-    const auto closing = closing_day_in(path);
+    const auto closing = fec_name(path).closing;
     if (!closing || *closing < earliest()) return std::nullopt;
     const std::int64_t longest = add_months(*closing + 1, -12);
     const std::int64_t last = std::prev(days_.upper_bound(*closing))->first;

@@ -29,9 +29,13 @@ struct SourcedYears {
     [[nodiscard]] bool guessed() const noexcept { return source >= YearSource::file_name; }
 };
 
-// The closing day that a file's name tells behind "FEC": SIREN, "FEC" and aaaammjj, as the law has it. Names
-// are changed by hand, so the SIREN before it may be missing.
-[[nodiscard]] std::optional<std::int64_t> closing_day_in(std::string_view path);
+// What a file's name tells when it is, or holds, the one that the law asks for: SIREN, "FEC" and aaaammjj.
+// Names are changed by hand, so each is told without the other.
+struct FecName {
+    std::string company;                 // SIREN, nine digits before "FEC"; "" without them
+    std::optional<std::int64_t> closing; // the day behind "FEC"
+};
+[[nodiscard]] FecName fec_name(std::string_view path);
 
 // Watches the lines of one file go by, and keeps what each day of it holds.
 class YearEvidence {

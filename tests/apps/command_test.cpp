@@ -101,6 +101,12 @@ TEST_F(CommandTest, status_tells_what_became_of_it) {
     for (const auto& one : cases)
         expect(one.line, one.status, one.told);
     EXPECT_EQ(entries(), 4); // the base with its locks, and the two files of this test
+    std::filesystem::copy(DATA_DIR "/fec/minimal-2026-tab-valid.txt", folder_ / "123456789FEC20261231.txt");
+    std::filesystem::copy(DATA_DIR "/fec/bad-unbalanced-entries.txt", folder_ / "987654321FEC20261231.txt");
+    expect("importer 123456789FEC20261231.txt --base e.base --entite 001 --nom X", 0, "");
+    expect("importer 987654321FEC20261231.txt --base e.base --entite 001 --nom X", 3,
+           "--entite 002, ou confirmez");
+    expect("importer 987654321FEC20261231.txt --base e.base --entite 001 --nom X --meme-entite", 0, "");
     expect(edit, 0, "");
     EXPECT_EQ(run(edit + "--brouillard tous").status, 0);
     EXPECT_NE(content("s.txt").find("PRISE EN COMPTE DES BROUILLARDS"), std::string::npos);

@@ -1,4 +1,5 @@
 // What a FEC becomes in a base, and what a second one adds.
+#include "importers/entity_records.h"
 #include "importers/fec_codes.h"
 #include "importers/fec_trial.h"
 
@@ -94,6 +95,38 @@ TEST(Import, a_second_file_goes_on_behind_the_first) {
     Trial none;
     EXPECT_THROW((void)none.import({a.path(), bad.path()}), BadInput);
     EXPECT_TRUE(snapshot(*none.store).empty());
+}
+
+TEST(Import, a_company_is_not_mixed_with_another_by_mistake) {
+    const auto text = [](const char* date) { return fec(entry("VE", "1", date, "5,00")); };
+    Trial trial;
+    (void)trial.import_text(text("20240115"), "x.txt"); // names no company
+    (void)trial.import_text(text("20240116"), "123456789FEC20241231.txt");
+    (void)trial.import_text(text("20240117"), "1123456789FEC20241231.txt"); // ten digits name none
+    const Snapshot before = snapshot(*trial.store);
+    EXPECT_THROW((void)trial.import_text(text("20240118"), "copie_987654321fec20241231 (2).txt"),
+                 OtherCompany);
+    EXPECT_EQ(snapshot(*trial.store), before);
+    (void)trial.import_text(text("20240118"), "123456789FEC20251231.txt");
+    trial.options.same_entity = true;
+    (void)trial.import_text(text("20240119"), "987654321FEC20241231.txt");
+    trial.options.same_entity = false;
+    (void)trial.import_text(text("20240120"), "987654321FEC20241231.txt"); // confirmed once and for all
+    EXPECT_THROW((void)trial.import_text(text("20240121"), "555555555FEC20241231.txt"), OtherCompany);
+    EXPECT_EQ(first_free_entity(*trial.store), "002");
+    trial.options.entity = "002";
+    (void)trial.import_text(text("20250122"), "555555555FEC20251231.txt");
+    trial.store->write(trial.store->file(files::BALANCEGENE), "N10034110000000", "");
+    EXPECT_EQ(first_free_entity(*trial.store), "004");
+    EXPECT_FALSE(entity_facts(*trial.store, "004").has_value());
+    const auto facts = entity_facts(*trial.store, "001");
+    ASSERT_TRUE(facts);
+    EXPECT_EQ(facts->name, "Essai");
+    EXPECT_EQ(facts->companies, (std::vector<std::string>{"123456789", "987654321"}));
+    EXPECT_EQ(facts->totals[1].lines, 12U);
+    EXPECT_EQ(facts->totals[1].debit, 3000);
+    EXPECT_EQ(facts->totals[2].lines, 0U);
+    EXPECT_EQ(facts->years->last_day, *day_of_digits("20241231"));
 }
 
 TEST(Import, lines_beyond_32767_open_a_block) {

@@ -1,9 +1,15 @@
 // The desktop window as an accountant begins with it: a base is made, a file imported, a ledger looked at.
+#include "importers/entity_records.h"
+#include "importers/fec_importer.h"
 #include "main_window.h"
 #include "trial.h"
 #include "window/preview_window.h"
 
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QFile>
 #include <QFileDialog>
+#include <QLabel>
 #include <QPushButton>
 #include <QSettings>
 
@@ -49,7 +55,7 @@ TEST_F(BureauTest, base_is_made_a_file_imported_and_its_ledger_saved) {
         expect_file(QFileDialog::AnyFile, base);
         expect_file(QFileDialog::ExistingFiles, fec);
         expect_window("Importation", [&](QDialog& import) {
-            auto* accept = import.findChildren<QPushButton*>().first();
+            auto* accept = import.findChild<QDialogButtonBox*>()->buttons().first();
             auto* entity = import.findChild<QLineEdit*>(QStringLiteral("Entite"));
             entity->setText(QStringLiteral("7"));
             EXPECT_FALSE(accept->isEnabled());
@@ -115,6 +121,70 @@ TEST_F(BureauTest, refused_import_changes_nothing_and_says_where) {
     // The window is ready for an edition all the same.
     EXPECT_EQ(window.findChild<QLineEdit*>(QStringLiteral("Txt_Entite"))->text(), QStringLiteral("001"));
     EXPECT_TRUE(window.findChild<QPushButton*>(QStringLiteral("Cmd_Imprimer"))->isVisible());
+}
+
+TEST_F(BureauTest, files_of_two_companies_are_not_mixed) {
+    const QString base = folder_.filePath(QStringLiteral("pleine.base"));
+    const auto file = [&](const char* source, const char* name) {
+        const QString path = folder_.filePath(QLatin1String(name));
+        EXPECT_TRUE(QFile::copy(QStringLiteral(DATA_DIR "/fec/") + QLatin1String(source), path));
+        return path;
+    };
+    FecOptions options;
+    options.paths = {field_text(file("minimal-2026-tab-valid.txt", "123456789FEC20261231.txt"))};
+    options.entity = "001";
+    options.name = "MAISON UNE";
+    static_cast<void>(import_fec(*open_embedded_store(field_text(base), OpenMode::create), options, {}));
+    const QString second = file("bad-unbalanced-entries.txt", "987654321FEC20261231.txt");
+    MainWindow window;
+    window.show();
+    ASSERT_TRUE(window.open_base(base));
+    const auto ask = [&](bool add, const std::function<void()>& then) {
+        expect_file(QFileDialog::ExistingFiles, second);
+        expect_window("Importation", [&, add](QDialog& import) {
+            auto* entity = import.findChild<QLineEdit*>(QStringLiteral("Entite"));
+            auto* accept = import.findChild<QDialogButtonBox*>()->buttons().first();
+            EXPECT_EQ(entity->text(), QStringLiteral("002"));
+            QTest::keyClicks(entity, QStringLiteral("001")); // in place of the code proposed
+            EXPECT_EQ(entity->text(), QStringLiteral("001"));
+            EXPECT_FALSE(accept->isEnabled());
+            const std::string told =
+                field_text(import.findChild<QLabel*>(QStringLiteral("Existante"))->text());
+            EXPECT_NE(told.find("MAISON UNE"), std::string::npos) << told;
+            EXPECT_NE(told.find("du 01/01/2026 au 31/12/2026 : "), std::string::npos) << told;
+            EXPECT_EQ(import.findChild<QLineEdit*>(QStringLiteral("Nom"))->text(),
+                      QStringLiteral("MAISON UNE"));
+            if (add)
+                import.findChild<QCheckBox*>(QStringLiteral("Ajouter"))->setChecked(true);
+            else
+                import.findChild<QPushButton*>(QStringLiteral("Nouvelle"))->click();
+            EXPECT_TRUE(accept->isEnabled());
+            then();
+            accept->click();
+        });
+        key(window, Qt::Key_I);
+    };
+    const std::string before = bytes_of(base);
+    ask(true, [] {
+        expect_window<QMessageBox>("QMessageBox", [](QMessageBox& box) {
+            EXPECT_NE(box.text().indexOf(QStringLiteral("987654321")), -1);
+            box.defaultButton()->click();
+        });
+    });
+    EXPECT_EQ(bytes_of(base), before);
+    std::string summary;
+    ask(true, [&] {
+        expect_window<QMessageBox>("QMessageBox", [&](QMessageBox& box) {
+            expect_message(&summary);
+            box.buttons().first()->click();
+        });
+    });
+    EXPECT_NE(summary.find("source : base"), std::string::npos) << summary;
+    ask(false, [&] { expect_message(&summary); });
+    const auto store = open_embedded_store(field_text(base), OpenMode::must_exist);
+    EXPECT_EQ(entity_facts(*store, "001")->name, "MAISON UNE");
+    EXPECT_EQ(entity_facts(*store, "001")->totals[1].lines, 16U);
+    EXPECT_EQ(entity_facts(*store, "002")->totals[1].lines, 8U);
 }
 
 } // namespace
