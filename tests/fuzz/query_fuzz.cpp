@@ -1,76 +1,117 @@
-// Any bytes as a query. A fault is: any failure but a refusal that names a place inside the text, or a record
-// that the query selects among others but not when it stands alone, or the other way round.
+// Any bytes as queries, one a line. A fault is: any failure but a refusal that names a place inside the text,
+// or records other than those that a plain filter over all records selects, in its order.
 #include "data/dyn_array.h"
 #include "fuzz/target.h"
 #include "platform/failures.h"
 #include "platform/text.h"
-#include "server/query_parser.h"
 #include "server/query_run.h"
 #include "server/store.h"
 
 #include <algorithm>
+#include <map>
 
 namespace corvalissement::fuzz {
 namespace {
 
-struct Sample {
-    const char* file;
-    const char* key;
-    const char* record;
-};
+using Base = std::map<std::string, std::map<std::string, std::string>>;
 
-constexpr Sample SAMPLES[] = {
-    {"BALANCEGENE", "N00014010000000",
-     "5\xFE"
-     "5\xFE"
-     "0"},
-    {"BALANCEGENE", "N00014010000001",
-     "5\xFE"
-     "2\xFE"
-     "3\xFD"
-     "0"},
-    {"BALANCEGENE", "N10014010000000", ""},
-    {"BALANCEGENE",
-     "N1002601\xC3\xA9"
-     "000000",
-     "\xFE\xFE"
-     "0"},
-    {"BALANCEGENE", "N0\xC3", "x"},
-    {"BALANCEGENE", "N", ""},
-    {"BALANCEGENE",
-     "\xC3\xA9"
-     "00014010000000",
-     ""},
-    {"ASSOCIATION", "001", "\xC3\x89ts Abel"},
-    {"ASSOCIATION", "002", "ets abel"},
-    {"BROUILLARDTETE", "001VEN01",
-     "\xFE"
-     "100\xFE"
-     "100"},
-    {"BROUILLARDTETE", "001VEN02",
-     "\xFE"
-     "9223372036854775807\xFE"
-     "-1"},
-};
-
-std::unique_ptr<Store> base_of(const Sample* first, const Sample* last) {
-    auto store = make_memory_store();
-    for (const Sample* one = first; one != last; ++one)
-        store->write(store->file(one->file), one->key, one->record);
-    store->write(store->file("PLANCOMPTABLE"), "0014010000000", "\xC3\x80 l'achat");
-    store->write(store->file("PLANCOMPTABLE"), "0014010000001", "abc");
-    return store;
+std::string record_of(std::initializer_list<std::string> attributes) {
+    DynArray record;
+    for (std::size_t a = 0; const std::string& text : attributes)
+        record.set(++a, text);
+    return std::string(record.text());
 }
 
-std::vector<std::string> selected(Store& store, const Query& query) {
-    const DynArray result = run_query(store, query, {QueryField{}});
-    std::vector<std::string> keys;
-    for (std::size_t i = 1; i <= result.DCount(); ++i)
-        keys.emplace_back(result(i));
-    if (!query.order.empty() && query.order.back().kind != QueryFieldKind::key && !keys.empty())
-        keys.pop_back();
-    std::sort(keys.begin(), keys.end());
-    return keys;
+// Keys and labels of all kinds: short, long, no text, equal but for case and accents.
+Base make_base() {
+    const std::string labels[] = {"Éclair", "ECLAIR bis", "eclat", "Zèle", "zele", "", "Abc"};
+    const std::string sums[] = {"", "0", "100", "-7", "0\xFD\x31", "9223372036854775807", "x"};
+    Base base;
+    std::size_t n = 0;
+    for (const std::string entity : {"001", "002", "0é2", "00"}) {
+        for (const std::string account :
+             {"4010000000", "4010000001", "4099999999", "4110000000", "6Z00000000", "60"}) {
+            for (const std::string year : {"N0", "N1", "Né", "M0", "N"})
+                if (++n % 3 != 0)
+                    base["BALANCEGENE"][year + entity + account] = record_of({"1", "2", sums[n % 7], "x"});
+            if (++n % 2 == 0) base["PLANCOMPTABLE"][entity + account] = labels[n % 7];
+        }
+        base["ASSOCIATION"][entity] = labels[++n % 7];
+        for (const std::string journal : {"VEN01", "ACN02", "ACN03"})
+            ++n, base["BROUILLARDTETE"][entity + journal] = record_of({"", sums[n % 7], sums[n / 3 % 7]});
+    }
+    for (const std::string key :
+         {"N", "N0\xC3", "N0001", "", "\xFF\xFF\x30\x30\x31", "N000140100000000", "É"})
+        base["BALANCEGENE"][key] = record_of({"", "", sums[++n % 7]});
+    return base;
+}
+
+std::string text_of(const Base& base, const std::string& key, const std::string& record,
+                    const QueryField& field) {
+    const DynArray attributes(record);
+    std::int64_t first = 0;
+    std::int64_t other = 0;
+    switch (field.kind) {
+    case QueryFieldKind::key:
+        return key;
+    case QueryFieldKind::key_part:
+        return std::string(chars(key, field.first, field.other));
+    case QueryFieldKind::attribute:
+        return std::string(attributes(field.first, 1));
+    case QueryFieldKind::difference:
+        if (!attributes(field.first).empty() && !parse_whole(attributes(field.first, 1), first)) return "";
+        if (!attributes(field.other).empty() && !parse_whole(attributes(field.other, 1), other)) return "";
+        return __builtin_sub_overflow(first, other, &first) ? "" : std::to_string(first);
+    case QueryFieldKind::chart_label:
+        break;
+    }
+    const auto& chart = base.at("PLANCOMPTABLE");
+    const auto account = chart.find(std::string(chars(key, 3, 13)));
+    return account == chart.end() ? "" : std::string(DynArray(account->second)(1, 1));
+}
+
+bool met(const Condition& condition, std::string text, bool balances) {
+    const std::string& value = condition.value;
+    if (condition.scope == Scope::beginning) {
+        if (condition.field.label) text = fold(text);
+        return text.starts_with(value) == (condition.comparison == Comparison::equal);
+    }
+    if (condition.scope == Scope::ending) {
+        if (condition.field.kind == QueryFieldKind::key && balances && char_count(text) != 15) return false;
+        while (char_count(text) > char_count(value))
+            text = chars_from(text, 2);
+    }
+    const int order = text.compare(value);
+    const bool holds[] = {order == 0, order != 0, order >= 0, order <= 0, order > 0, order < 0};
+    return holds[static_cast<int>(condition.comparison)];
+}
+
+// The keys in the query's order, as the result tells them.
+std::string expected(const Base& base, const Query& query) {
+    std::vector<std::vector<std::string>> rows;
+    if (!base.contains(query.file)) return {};
+    for (const auto& [key, record] : base.at(query.file)) {
+        const auto all_met = [&, &key = key, &record = record](const std::vector<Condition>& conditions) {
+            return std::all_of(conditions.begin(), conditions.end(), [&](const Condition& one) {
+                return met(one, text_of(base, key, record, one.field), query.file.starts_with("BALANCEGENE"));
+            });
+        };
+        const auto& some = query.alternatives;
+        if (!all_met(query.common) || !(some.empty() || std::any_of(some.begin(), some.end(), all_met)))
+            continue;
+        std::vector<std::string>& row = rows.emplace_back();
+        for (const QueryField& field : query.order) {
+            const std::string text = text_of(base, key, record, field);
+            row.push_back(field.label ? fold(text) : text);
+        }
+        row.push_back(key);
+    }
+    std::sort(rows.begin(), rows.end());
+    std::string keys;
+    for (const auto& row : rows)
+        keys += (&row == &rows.front() ? "" : "\xFE") + row.back();
+    const bool ends_empty = !query.order.empty() && query.order.back().kind != QueryFieldKind::key;
+    return ends_empty && !rows.empty() ? keys + ATTRIBUTE_MARK : keys;
 }
 
 bool refused_in_place(const StepFailure& failure, std::string_view text) {
@@ -80,29 +121,32 @@ bool refused_in_place(const StepFailure& failure, std::string_view text) {
     return position >= 1 && position <= char_count(text) + 1;
 }
 
-} // namespace
-} // namespace corvalissement::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace corvalissement;
-    using namespace corvalissement::fuzz;
-    const std::string text = text_of(data, size);
+void try_query(const std::string& text) {
+    static const Base base = make_base();
+    static const auto store = [] {
+        auto filled = make_memory_store();
+        for (const auto& [file, records] : base)
+            for (const auto& [key, record] : records)
+                filled->write(filled->file(file), key, record);
+        return filled;
+    }();
     Query query;
     try {
         query = parse_query(text);
     } catch (const StepFailure& failure) {
-        require(refused_in_place(failure, text), "a refusal without its place");
-        return 0;
+        require(refused_in_place(failure, text), "a refusal without its place: " + failure.text());
+        return;
     }
-    static const auto whole = base_of(std::begin(SAMPLES), std::end(SAMPLES));
-    std::vector<std::string> alone;
-    for (const Sample& one : SAMPLES) {
-        if (one.file != query.file) continue;
-        const auto base = base_of(&one, &one + 1);
-        const std::vector<std::string> keys = selected(*base, query);
-        alone.insert(alone.end(), keys.begin(), keys.end());
-    }
-    std::sort(alone.begin(), alone.end());
-    require(selected(*whole, query) == alone, "a record is selected for the company it keeps");
+    require(run_query(*store, query, {QueryField{}}).text() == expected(base, query),
+            "other records: " + text);
+}
+
+} // namespace
+} // namespace corvalissement::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    std::istringstream queries(corvalissement::fuzz::text_of(data, size));
+    for (std::string query; std::getline(queries, query);)
+        corvalissement::fuzz::try_query(query);
     return 0;
 }
