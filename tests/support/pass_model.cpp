@@ -11,9 +11,6 @@ namespace corvalissement::testing_support {
 
 namespace {
 
-constexpr double CM = 567;
-constexpr double ROW = 221.13; // a text line at 10 points
-
 std::vector<std::string> letters(const std::string& text) {
     std::vector<std::string> result;
     for (const char c : text) {
@@ -124,43 +121,28 @@ private:
 
     // ---- paper
 
-    void text(double y, const std::string& what, const std::string& bold = "") {
+    void text(const std::string& what, const std::string& bold = "") {
         std::string shown = what;
         shown.erase(shown.find_last_not_of(' ') + 1);
-        if (!shown.empty()) paper_.rows.push_back({page_, y, shown, bold});
-    }
-
-    void rule(double x1, double y1, double x2, double y2) {
-        paper_.rules.push_back({page_, x1 * CM, y1, x2 * CM, y2});
-    }
-
-    void verticals(const std::vector<double>& at, double y1, double y2) {
-        for (const double x : at)
-            rule(x, y1, x, y2);
+        if (!shown.empty()) paper_.rows.push_back({page_, 0, shown, bold});
     }
 
     void head() {
         ++page_;
         counted_ = 0;
-        double y = 0.4 * CM;
-        text(y, "Date : 31/12/2024" + std::string(105, ' ') + "Page : " + std::to_string(page_));
-        y += 2 * ROW;
-        text(y, std::string(38, ' ') + "GRAND LIVRE GENERAL", "39-57");
-        y += ROW * 1.4 + ROW;
-        text(y, "Entité juridique : " + ledger_.association[0]);
-        y += ROW;
+        text("Date : 31/12/2024" + std::string(105, ' ') + "Page : " + std::to_string(page_));
+        text(std::string(38, ' ') + "GRAND LIVRE GENERAL", "39-57");
+        text("Entité juridique : " + ledger_.association[0]);
         std::string street;
         for (std::size_t a = 2; a < 6; ++a)
             if (!ledger_.association[a].empty()) street += ledger_.association[a] + " ";
         const std::string indent(19, ' ');
-        if (!street.empty()) text(y, indent + street), y += ROW;
-        if (!ledger_.association[6].empty()) text(y, indent + ledger_.association[6]), y += ROW;
-        text(y, indent + ledger_.association[7] + " " + ledger_.association[8]);
-        y += 2 * ROW;
-        text(y, "Exercice         : " + selection_.exercice + std::string(10, ' ') +
-                    "Date début : " + selection_.start_date + "     Date fin : " + selection_.end_date);
-        y += 2 * ROW;
-        if (selection_.with_drafts) text(y, "PRISE EN COMPTE DES BROUILLARDS DE SAISIE");
+        if (!street.empty()) text(indent + street);
+        if (!ledger_.association[6].empty()) text(indent + ledger_.association[6]);
+        text(indent + ledger_.association[7] + " " + ledger_.association[8]);
+        text("Exercice         : " + selection_.exercice + std::string(10, ' ') +
+             "Date début : " + selection_.start_date + "     Date fin : " + selection_.end_date);
+        if (selection_.with_drafts) text("PRISE EN COMPTE DES BROUILLARDS DE SAISIE");
         titles();
     }
 
@@ -183,45 +165,14 @@ private:
                                              {106, "CREDIT"},
                                              {119, "SOLDE"}})
             place(position, word);
-        text(5.2 * CM, row);
-        rule(0.1, 5.1 * CM, 27, 5.1 * CM);
-        rule(0.1, 5.7 * CM, 27, 5.7 * CM);
-        verticals({0.1, 27}, 5.1 * CM, 5.7 * CM);
-        verticals(closing_ ? std::vector{13.2, 15.8, 18.1, 20.9, 21.5, 24.2}
-                           : std::vector{2.2, 3.1, 4.4, 10.9, 13.2, 15.8, 18.1, 20.6, 21.7, 24.2},
-                  5.1 * CM, 5.7 * CM);
-        top_ = 5.7 * CM;
-        y_ = top_ + ROW;
-        block_rows_ = 0;
+        text(row);
     }
 
-    // A text line of the table, and the two counts that go with it.
-    void table_line(const std::string& what, int count) {
-        text(y_, what);
-        y_ += ROW;
-        block_rows_ += count;
-        counted_ += count;
-    }
-
-    void band(const std::string& title, int last_bold) {
-        text(y_, title, "4-" + std::to_string(last_bold));
-        y_ += 2 * ROW;
-        block_rows_ += 3;
-        counted_ += 3;
-        const double bottom = top_ + 0.39 * CM * block_rows_;
-        verticals({0.1, 27}, top_, bottom);
-        rule(0.1, bottom, 27, bottom);
-        top_ = bottom;
-        y_ = bottom + ROW;
-        block_rows_ = 1;
-        ++counted_;
-    }
-
-    // The last bold column is that of the title's last ink.
+    // The bold columns end with the title's last ink.
     void title_band(const std::string& title) {
-        std::string ink = title;
-        ink.erase(ink.find_last_not_of(' ') + 1);
-        band(ink, static_cast<int>(letters(ink).size()));
+        const std::string ink = title.substr(0, title.find_last_not_of(' ') + 1);
+        text(ink, "4-" + std::to_string(letters(ink).size()));
+        counted_ += 4;
     }
 
     void account_title(const std::string& account) {
@@ -245,19 +196,12 @@ private:
                                     std::string(12, ' ') + model_amount(account_.debit) +
                                     std::string(6, ' ') + model_amount(account_.credit) + " " +
                                     model_amount(account_.debit - account_.credit);
-            text(y_ + ROW, row, "22-126");
+            text(row, "22-126");
             paper_.totals.quantity += account_.quantity;
             paper_.totals.debit += account_.debit;
             paper_.totals.credit += account_.credit;
             account_ = {};
         }
-        block_rows_ += 2;
-        const double bottom = top_ + 0.39 * CM * block_rows_;
-        verticals({0.1, 2.2, 3.1, 4.4, 10.9, 13.2, 15.8, 18.1, 20.6, 21.7, 24.2, 27}, top_, bottom);
-        rule(0.1, bottom, 27, bottom);
-        top_ = bottom;
-        y_ = bottom + ROW;
-        block_rows_ = 0;
         paper_.most_counted_lines = std::max(paper_.most_counted_lines, counted_);
         counted_ += 3;
     }
@@ -266,14 +210,11 @@ private:
         closing_ = true;
         head();
         const ModelTotals& all = paper_.totals;
-        text(y_,
-             "      TOTAL DES MOUVEMENTS EDITES" + std::string(30, ' ') +
+        text("      TOTAL DES MOUVEMENTS EDITES" + std::string(30, ' ') +
                  (all.quantity != 0 ? model_amount(all.quantity) : std::string(11, ' ')) +
                  std::string(12, ' ') + model_amount(all.debit, 12) + "    " + model_amount(all.credit, 12) +
                  " " + model_amount(all.debit - all.credit, 12),
              "7-127");
-        verticals({0.1, 13.2, 15.8, 18.1, 20.9, 21.5, 24.2, 27}, 5.7 * CM, 7.1 * CM);
-        rule(0.1, 7.1 * CM, 27, 7.1 * CM);
     }
 
     [[nodiscard]] bool full() const { return counted_ > 30; }
@@ -320,7 +261,7 @@ private:
     }
 
     void flush(std::string& held) {
-        if (!held.empty()) table_line(held, 1);
+        if (!held.empty()) text(held), ++counted_;
         held.clear();
     }
 
@@ -430,7 +371,7 @@ private:
             merged_record(*ledger[l], false);
             if (two_years) merged_record(*ledger[++l], false);
             if (both) {
-                if (opened_) table_line("", 1);
+                counted_ += opened_ ? 1 : 0; // a blank row
                 merged_record(*drafts[d++], true);
             }
             end_account(l + 1 != ledger.size());
@@ -448,8 +389,7 @@ private:
     ModelPaper paper_;
     long page_ = 0;
     bool closing_ = false;
-    double top_ = 0, y_ = 0; // of the block of rules, and of the next text line
-    int block_rows_ = 0, counted_ = 0;
+    int counted_ = 0;
     std::string current_, label_;
     int account_page_ = 1;
     ModelTotals account_;

@@ -1,6 +1,6 @@
 // The general ledger on paper, worked out a second time and in another way: from plain values, by a naive
 // choice of accounts and entries, with its own dates, amounts and texts. What the passes print must be the
-// same, row by row and rule by rule.
+// same, row by row. Where rows and rules stand is shown by the stored pages.
 #pragma once
 
 #include "support/small_base.h"
@@ -22,7 +22,6 @@ struct ModelTotals {
 
 struct ModelPaper {
     std::vector<PaperRow> rows;
-    std::vector<PaperRule> rules;
     ModelTotals totals; // of the closing page
     ModelTotals chosen; // over the stored entries chosen, whatever was printed of them
     std::size_t entries_chosen = 0;

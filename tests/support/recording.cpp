@@ -19,17 +19,10 @@ std::vector<std::string> characters(const std::string& text) {
     return result;
 }
 
-bool near(double a, double b) { return std::fabs(a - b) < 0.01; }
-
 } // namespace
 
 bool PaperRow::operator==(const PaperRow& other) const {
-    return page == other.page && near(y, other.y) && text == other.text && bold == other.bold;
-}
-
-bool PaperRule::operator==(const PaperRule& other) const {
-    return page == other.page && near(x1, other.x1) && near(y1, other.y1) && near(x2, other.x2) &&
-           near(y2, other.y2);
+    return page == other.page && text == other.text && bold == other.bold;
 }
 
 std::ostream& operator<<(std::ostream& out, const Skipped& skipped) {
@@ -38,11 +31,6 @@ std::ostream& operator<<(std::ostream& out, const Skipped& skipped) {
 
 std::ostream& operator<<(std::ostream& out, const PaperRow& row) {
     return out << "p" << row.page << " y" << row.y << " [" << row.bold << "] |" << row.text << "|";
-}
-
-std::ostream& operator<<(std::ostream& out, const PaperRule& rule) {
-    return out << "p" << rule.page << " (" << rule.x1 << ", " << rule.y1 << ")-(" << rule.x2 << ", "
-               << rule.y2 << ")";
 }
 
 void RecordingSurface::set_Copies(int value) {

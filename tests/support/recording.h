@@ -31,18 +31,16 @@ struct PaperRow {
     double y = 0;
     std::string text;
     std::string bold;
-    bool operator==(const PaperRow& other) const; // places within a hundredth of a unit
+    bool operator==(const PaperRow& other) const; // wherever on the page
 };
 
 struct PaperRule {
     long page = 0;
     double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
-    bool operator==(const PaperRule& other) const;
 };
 
 std::ostream& operator<<(std::ostream& out, const Skipped& skipped);
 std::ostream& operator<<(std::ostream& out, const PaperRow& row);
-std::ostream& operator<<(std::ostream& out, const PaperRule& rule);
 
 // Keeps every text and every rule, with the page and the print position at which they fell.
 class RecordingSurface final : public PrintSurface {
