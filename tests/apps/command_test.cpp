@@ -3,10 +3,7 @@
 
 #include <array>
 #include <cstdio>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
-#include <sstream>
 #include <string>
 #include <sys/wait.h>
 
@@ -36,17 +33,8 @@ protected:
         std::filesystem::remove(folder_ / "erreurs");
         return outcome;
     }
-    std::string content(const std::string& name) {
-        std::ifstream input(folder_ / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(input), {}};
-    }
-    void put(const std::string& name, const std::string& text) {
-        std::ofstream(folder_ / name, std::ios::binary) << text;
-    }
-    long entries() {
-        return std::distance(std::filesystem::directory_iterator(folder_.path()),
-                             std::filesystem::directory_iterator());
-    }
+    std::string content(const std::string& name) { return bytes_of(folder_ / name); }
+    void put(const std::string& name, const std::string& text) { put_bytes(folder_ / name, text); }
     void expect(const std::string& line, int status, const std::string& told) {
         const Outcome outcome = run(line);
         EXPECT_EQ(outcome.status, status) << line << "\n" << outcome.errors;
@@ -60,7 +48,9 @@ TEST_F(CommandTest, status_tells_what_became_of_it) {
     ASSERT_EQ(run("generer --base b.base --lignes 400 --brouillards 40").status, 0);
     put("liste", "{\"nom\":\"P\"}\n{\"nom\":\"\"}\n");
     put("fou.jsonl", "{\"fichier\":\"F\",\"cle\":\"k\",\"attributs\":[1]}\n");
+    ASSERT_EQ(run("charger --base g.base " TESTS_DIR "/golden/base.jsonl").status, 0);
     const std::string edit = "editer --base b.base --entite 001 --sortie s.txt ";
+    const std::string small = "editer --base g.base --sortie s.txt --entite ";
     const struct {
         std::string line;
         int status;
@@ -85,6 +75,16 @@ TEST_F(CommandTest, status_tells_what_became_of_it) {
         {edit + "--comptes 10100000000:1010000000", 1, "Le compte de début de sélection est obligatoire."},
         {"editer --base b.base --entite 0019 --sortie s.txt", 1, "3 caractères"},
         {"editer --base b.base --entite 777 --sortie s.txt", 1, "Cette entité juridique n'existe pas."},
+        {small + "003", 1, "Vous devez renseigner les paramètres généraux avant la saisie."},
+        {small + "001 --debut 30/02/2024", 1, "La date saisie n'est pas valide."},
+        {small + "001 --debut 31/12/2023", 1,
+         "La date de début ne peut pas être antérieure à la date de début d'exercice."},
+        {small + "001 --comptes 401:401", 1, "Plusieurs comptes commencent par « 401 »"},
+        {small + "001 --comptes 999:999", 1, "Aucune écriture sur ce compte."},
+        {small + "001 --cumuls", 1, "L'option --cumuls n'est pas accessible pour cette sélection."},
+        {small + "002", 1, "Aucun compte ne correspond aux critères sélectionnés."},
+        {small + "001 --brouillard 001ACN03", 1,
+         "« 001ACN03 » n'est pas parmi les séquences de saisie soldées."},
         {edit + "--brouillard 001ZZN0Z", 1, "001ZZN0Z"},
         {"editer --base b.base --entite 001 --imprimante X", 1, "« X »"},
         {"editer --base b.base --entite 001 --imprimante P --imprimantes liste", 3, "liste, ligne 2"},
@@ -100,7 +100,7 @@ TEST_F(CommandTest, status_tells_what_became_of_it) {
     };
     for (const auto& one : cases)
         expect(one.line, one.status, one.told);
-    EXPECT_EQ(entries(), 4); // the base with its locks, and the two files of this test
+    EXPECT_EQ(folder_.entries(), 6U); // two bases with their locks, and the two files of this test
     std::filesystem::copy(DATA_DIR "/fec/minimal-2026-tab-valid.txt", folder_ / "123456789FEC20261231.txt");
     std::filesystem::copy(DATA_DIR "/fec/bad-unbalanced-entries.txt", folder_ / "987654321FEC20261231.txt");
     expect("importer 123456789FEC20261231.txt --base e.base --entite 001 --nom X", 0, "");
@@ -110,6 +110,13 @@ TEST_F(CommandTest, status_tells_what_became_of_it) {
     expect(edit, 0, "");
     EXPECT_EQ(run(edit + "--brouillard tous").status, 0);
     EXPECT_NE(content("s.txt").find("PRISE EN COMPTE DES BROUILLARDS"), std::string::npos);
+    // Codes and numbers are completed; a class cuts a range.
+    for (const auto& [options, shown] :
+         {std::pair("1 --comptes 606:6060000000", "ACHATS NON STOCKES"),
+          {"001 --classe Fournisseurs --comptes 4010000001:7060000000", "MERCIER"}}) {
+        expect(small + options, 0, "");
+        EXPECT_NE(content("s.txt").find(shown), std::string::npos) << options;
+    }
 }
 
 TEST_F(CommandTest, edition_says_what_it_left_out_and_never_5_without_paper) {

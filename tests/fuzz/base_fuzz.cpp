@@ -30,7 +30,7 @@ const std::string& sound_base() {
                     store.write(store.file(file), "N0001" + std::to_string(4'010'000 + i),
                                 std::string(i == 30 ? 9'000U : 150U, static_cast<char>('a' + i % 26)));
         });
-        return fuzz::content_of(path());
+        return fuzz::bytes_of(path());
     }();
     return bytes;
 }
@@ -87,9 +87,9 @@ void read_all(Store& store) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string base = forged(data, size);
-    fuzz::write_file(path(), base);
+    fuzz::put_bytes(path(), base);
     use(read_all);
-    fuzz::require(fuzz::content_of(path()) == base, "reading changes the base");
+    fuzz::require(fuzz::bytes_of(path()) == base, "reading changes the base");
     use([](Store& store) {
         Transaction whole(store);
         store.clear(store.file("TEMPO"));

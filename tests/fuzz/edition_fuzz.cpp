@@ -53,7 +53,7 @@ std::string text_page(const RecordingSurface& printed, Fed fed) {
         if (fed == Fed::whole) page->Print(text.text, LineEnd::end);
     }
     page->EndDoc();
-    return content_of(path);
+    return bytes_of(path);
 }
 
 } // namespace

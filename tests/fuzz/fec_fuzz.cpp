@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // The name that the tax office asks for tells a closing date.
     const std::string path =
         fuzz::scratch() / ((data[0] & 16U) != 0 ? "123456789FEC20241231.txt" : "essai.txt");
-    fuzz::write_file(path, fuzz::text_of(data + 1, size - 1));
+    fuzz::put_bytes(path, fuzz::text_of(data + 1, size - 1));
     FecOptions options;
     options.paths = {path};
     options.entity = "001";

@@ -21,7 +21,7 @@ const fs::path& folder_of_base() {
         fs::create_directory_symlink("/", made / "dehors");
         fs::create_directory_symlink("..", made / "sous" / "haut");
         fs::create_symlink("/nulle/part", made / "pendu");
-        fuzz::write_file((made / "b.corv").string(), "base");
+        fuzz::put_bytes((made / "b.corv").string(), "base");
         return made;
     }();
     return folder;

@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
     for (const auto& input : inputs) {
         std::printf("%s\n", input.c_str());
         std::fflush(stdout); // the last name is that of the input that fails
-        const std::string bytes = corvalissement::fuzz::content_of(input.string());
+        const std::string bytes = corvalissement::fuzz::bytes_of(input.string());
         static_cast<void>(
             LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()));
     }

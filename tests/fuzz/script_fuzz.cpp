@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 const std::set<std::string> OUTPUTS = {"papier.jsonl", "papier.txt", "matrice.txt", "LIENCOMPTA"};
 
 std::shared_ptr<MemoryBase> fresh_base() {
-    static const std::string records = fuzz::content_of(TESTS_DIR "/golden/base.jsonl");
+    static const std::string records = fuzz::bytes_of(TESTS_DIR "/golden/base.jsonl");
     const auto base = make_memory_base();
     std::istringstream input(records);
     load_records(*make_memory_store(base), input, "base.jsonl", nullptr);

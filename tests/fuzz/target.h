@@ -8,13 +8,15 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <sstream>
 #include <string>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace corvalissement::fuzz {
+
+using testing_support::bytes_of;
+using testing_support::put_bytes;
 
 inline void require(bool holds, const std::string& fault) {
     if (holds) return;
@@ -30,16 +32,6 @@ inline std::string text_of(const std::uint8_t* data, std::size_t size) {
 inline const testing_support::Scratch& scratch() {
     static const testing_support::Scratch folder;
     return folder;
-}
-
-inline std::string content_of(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
-inline void write_file(const std::string& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
 } // namespace corvalissement::fuzz

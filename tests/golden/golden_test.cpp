@@ -18,12 +18,6 @@ namespace fs = std::filesystem;
 
 const fs::path FOLDER = fs::path(TESTS_DIR) / "golden";
 
-std::string content(const fs::path& path) {
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
-
 // The names of the files of that ending, in order.
 std::vector<std::string> names_of(const fs::path& folder, const char* ending) {
     std::vector<std::string> names;
@@ -35,13 +29,13 @@ std::vector<std::string> names_of(const fs::path& folder, const char* ending) {
 
 void expect_content(const fs::path& expected, const std::string& given) {
     if (std::getenv("UPDATE_GOLDEN") != nullptr) std::ofstream(expected) << given;
-    EXPECT_EQ(content(expected), given) << expected;
+    EXPECT_EQ(bytes_of(expected), given) << expected;
 }
 
 class Scenario : public testing::TestWithParam<std::string> {};
 
 TEST_P(Scenario, gives_its_events) {
-    ScriptTrial trial{FOLDER / "base.jsonl", content(FOLDER / (GetParam() + ".script"))};
+    ScriptTrial trial{FOLDER / "base.jsonl", bytes_of(FOLDER / (GetParam() + ".script"))};
     ASSERT_EQ(trial.script.rfind('#', 0), 0U) << "a script begins with what it shows";
     std::istringstream first_line(trial.script.substr(0, trial.script.find('\n')));
     for (std::string word; first_line >> word;) {
@@ -69,12 +63,12 @@ TEST(Pages, are_what_was_printed_before) {
     const fs::path pages = FOLDER / "pages";
     ASSERT_EQ(command("charger --base base '" + (pages / "base.jsonl").string() + "'"), 0);
     for (const std::string& name : names_of(pages, ".options")) {
-        const std::string options = content(pages / (name + ".options"));
+        const std::string options = bytes_of(pages / (name + ".options"));
         const std::size_t line = options.find('\n') + 1;
         EXPECT_EQ(command("editer --base base --date 31/12/2025 " + options.substr(line)), 0) << name;
         const std::string ending = options.find(".jsonl") == std::string::npos ? ".txt" : ".jsonl";
         const fs::path paper = folder / ("papier" + ending);
-        expect_content(pages / (name + ending), content(paper));
+        expect_content(pages / (name + ending), bytes_of(paper));
         fs::remove(paper);
     }
 }

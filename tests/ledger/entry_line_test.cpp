@@ -100,35 +100,6 @@ TEST_P(Merge, gives_the_lines_told) {
 INSTANTIATE_TEST_SUITE_P(EntryLine, Merge, testing::ValuesIn(CASES),
                          [](const auto& merge) { return merge.param.name; });
 
-TEST(EntryLine, columns_stand_in_their_places) {
-    const TestEntry entry{
-        45351,   "001VEX0004217", "0014010000000", " Éléments reçus ", "PIÈCE-12345", "123456", "",
-        "45382", "-50",           "ABCD"};
-    EditionResult result;
-    run_edition(ledger_of({entry}), whole_year(), result);
-    const auto lines = lines_of(result);
-    ASSERT_EQ(lines.size(), 1U);
-    EXPECT_EQ(
-        lines[0],
-        " 29/02/24  VEP 00421 Éléments reçus                 IÈCE-12345       -0,50 31/03/2024     1234,56"
-        "  ABC                 1234,56   ");
-}
-
-TEST(EntryLine, run_shows_first_line_and_every_amount) {
-    TestEntry entry{45292, "001VEN000012-a", "0017010000000", "Vente", "V", "", "100", "", "700", ""};
-    std::vector<TestEntry> entries(3, entry);
-    entries[1].key = "001VEN000013-b";
-    entries[2].key = "001VEN000014-c";
-    EditionResult result;
-    run_edition(ledger_of(entries), whole_year(), result);
-    const auto lines = lines_of(result);
-    ASSERT_EQ(lines.size(), 1U);
-    EXPECT_EQ(chars(lines[0], 16, 5), "00012");
-    EXPECT_EQ(chars(lines[0], 104, 11), "       3,00");
-    EXPECT_EQ(chars(lines[0], 116, 11), "      -3,00");
-    EXPECT_EQ(result.state.W_TotQuantite, 700) << "only the entry that opens the line counts";
-}
-
 // A line number that the member cannot hold leaves the one before in force, and the host is told of it.
 TEST(EntryLine, earlier_line_number_stays_in_force_behind_one_too_high) {
     const TestEntry entry{45292, "001VEN000012", "0016010000000", "Loyer", "F-1", "100", "", "", "", ""};
@@ -161,19 +132,6 @@ TEST(LedgerPass, damaged_records_are_left_out_and_told) {
         {"Impression_Detail", ERR_NOT_FOUND, "PLANCOMPTABLE 0014010000000"},
         {"Impression_Detail", ERR_TYPE, "001VEN000002"}};
     EXPECT_EQ(result.failures.list, expected);
-}
-
-TEST(LedgerPass, edition_without_entries_has_a_total_of_zeros) {
-    Selection selection = whole_year();
-    selection.start_date = "01/06/2024";
-    EditionResult result;
-    run_edition(ledger_of({{45292, "001VEN000001", "0014010000000", "", "", "100", "", "", "", ""}}),
-                selection, result);
-    int totals = 0;
-    for (const PaperRow& row : result.surface.rows())
-        totals += row.text.find("TOTAL COMPTE") != std::string::npos;
-    EXPECT_EQ(totals, 1);
-    EXPECT_EQ(result.surface.page_count(), 2);
 }
 
 } // namespace

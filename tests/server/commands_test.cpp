@@ -2,27 +2,18 @@
 #include "server/commands.h"
 
 #include "data/keys.h"
-#include "data/variable.h"
 #include "host/printers.h"
 #include "importers/made_up_base.h"
-#include "launch/edition_run.h"
 #include "launch/server_edition.h"
-#include "output/surfaces.h"
 #include "scratch.h"
 #include "server/command_edition.h"
 #include "server/session.h"
+#include "support/small_base.h"
 
-#include <sstream>
 #include <sys/stat.h>
 
 namespace corvalissement {
 namespace {
-
-class Failures final : public SkippedFailures {
-public:
-    void skipped(std::string_view, const StepFailure& failure) override { texts.push_back(failure.text()); }
-    std::vector<std::string> texts;
-};
 
 class CommandsTest : public testing::Test {
 protected:
@@ -42,10 +33,7 @@ protected:
         return 0;
     }
     void put(std::string_view file, std::string_view key, const std::vector<std::string>& attributes) {
-        DynArray record;
-        for (std::size_t i = 0; i < attributes.size(); ++i)
-            record.set(i + 1, attributes[i]);
-        store().write(store().file(file), key, record.text());
+        testing_support::put(store(), file, key, attributes);
     }
     DynArray get(std::string_view file, std::string_view key) {
         std::string text;
@@ -61,32 +49,10 @@ protected:
         return session_->DBSelect(query_request("SSELECT " + std::string(file) + " PAR 0", file, "0"), "",
                                   work);
     }
-    // What the control leaves, and the text that its own passes print.
-    std::string expected_text(Selection selection, const DynArray& keys, const DynArray& drafts) {
-        LedgerFiles open_files;
-        open_files.open(*session_);
-        PrintState state;
-        state.reset_for_request();
-        NoProgress progress;
-        const auto surface = make_text_surface(folder_ / "attendu.txt");
-        print_edition({.selection = selection,
-                       .W_ListeBalance = keys,
-                       .W_ListeBalanceTempo = drafts,
-                       .files = open_files,
-                       .session = *session_,
-                       .state = state,
-                       .progress = progress,
-                       .failures = failures_,
-                       .today = {2024, 5, 6},
-                       .routine = "Imprime"},
-                      *surface);
-        surface->EndDoc();
-        return bytes_of(folder_ / "attendu.txt");
-    }
     Store& store() { return session_->store(); }
 
     ScratchFolder folder_;
-    Failures failures_;
+    testing_support::RecordedFailures failures_;
     std::shared_ptr<MemoryBase> base_ = make_memory_base();
     std::unique_ptr<ServerSession> session_ = session();
 };
@@ -248,47 +214,25 @@ TEST_F(CommandsTest, the_edition_line_is_the_one_that_the_control_writes) {
                                               "c");
 }
 
-TEST_F(CommandsTest, the_list_is_the_text_that_the_control_prints) {
-    make_up_base(store(), {.lines = 600, .accounts = 20, .seed = 3, .drafts = 60}, {});
+// What lists look like is shown by the stored pages.
+TEST_F(CommandsTest, drafts_alone_are_an_edition_and_a_longer_line_stays_whole) {
+    const std::string name(300, 'W');
+    put(files::ASSOCIATION, "001", {name});
+    put(files::PLANCOMPTABLE, "0014110000000", {"Client"});
     put(files::IMPRIMANTES, "LPT1:", {"liste.txt"});
-    Selection selection;
-    selection.entity = "001";
-    selection.exercice = "N";
-    selection.start_date = "01/02/2024";
-    selection.end_date = "30/11/2024";
-    std::string sequences;
-    store().scan_keys(store().file(files::BROUILLARDTETE), "", [&](std::string_view key) {
-        sequences.append(sequences.empty() ? "" : "/").append(key);
-        return true;
-    });
-    ASSERT_EQ(run("AFFECTCOMPTATEMPO " + sequences), 0);
-    const DynArray drafts = select(files::BALANCEGENETEMPO);
-    const DynArray keys = select(files::BALANCEGENE);
-    put(files::TEMPO, "BALANCEGENEJEAN", {joined_keys(keys)});
-    put(files::TEMPO, "BALANCEGENETEMPOJEAN", {joined_keys(drafts)});
-    ASSERT_EQ(run("TESTESETPTR JEAN LPT1:"), 0);
-    for (const bool with_drafts : {false, true}) {
-        selection.with_drafts = with_drafts;
-        selection.page_per_account = !with_drafts;
-        ASSERT_EQ(run(edition_command_line(selection, "JEAN")), 0);
-        const std::string text = bytes_of(folder_ / "liste.txt");
-        EXPECT_EQ(text, expected_text(selection, keys, with_drafts ? drafts : DynArray()));
-        EXPECT_EQ(text.find("Saisie en attente") != std::string::npos, with_drafts);
-        std::istringstream lines(text);
-        for (std::string line; std::getline(lines, line);)
-            ASSERT_LE(char_count(line), 133U) << line; // a form feed takes no column
-    }
-    // Drafts alone, on a line longer than the paper.
-    put(files::ASSOCIATION, "001", {std::string(300, 'W')});
-    selection.entity_name = std::string(300, 'W');
+    draft("001VEN0200001", 45300, "512", "");
+    ASSERT_EQ(run("AFFECTCOMPTATEMPO 001VEN02"), 0);
     put(files::TEMPO, "BALANCEGENEJEAN", {"|"});
-    ASSERT_EQ(run(edition_command_line(selection, "JEAN")), 0);
-    EXPECT_EQ(bytes_of(folder_ / "liste.txt"), expected_text(selection, DynArray(), drafts));
-    EXPECT_NE(bytes_of(folder_ / "liste.txt").find(selection.entity_name + "\n"), std::string::npos);
-    selection.as_list = false;
-    ASSERT_EQ(run(edition_command_line(selection, "JEAN")), 0);
+    put(files::TEMPO, "BALANCEGENETEMPOJEAN", {joined_keys(select(files::BALANCEGENETEMPO))});
+    ASSERT_EQ(run("TESTESETPTR JEAN LPT1:"), 0);
+    const std::string line = "CORVALISSEMENT JEAN 1 0 0 001 N0 0 45292 45657 ";
+    ASSERT_EQ(run(line + "LISTE"), 0);
+    const std::string text = bytes_of(folder_ / "liste.txt");
+    EXPECT_NE(text.find(name + "\n"), std::string::npos);
+    EXPECT_NE(text.find("       5,12"), std::string::npos);
+    ASSERT_EQ(run(line + "GRAPHIQUE"), 0);
     EXPECT_EQ(get(files::TEMPO, "CORVALISSEMENT")(1), "GL001-JEAN-1.pdf");
-    EXPECT_EQ(failures_.texts, std::vector<std::string>());
+    EXPECT_TRUE(failures_.list.empty());
 }
 
 TEST_F(CommandsTest, an_edition_that_cannot_be_made_fails_and_leaves_nothing) {

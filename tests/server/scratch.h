@@ -5,12 +5,9 @@
 #include "server/store.h"
 #include "support/scratch.h"
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <map>
 #include <string>
 #include <sys/wait.h>
@@ -19,6 +16,8 @@
 namespace corvalissement {
 
 using ScratchFolder = testing_support::Scratch;
+using testing_support::bytes_of;
+using testing_support::put_bytes;
 
 // Runs `work` in a process of its own, which ends without any destructor but those of `work`.
 inline pid_t start_process(const std::function<int()>& work) {
@@ -45,15 +44,6 @@ int failure_number(Step&& step, std::string* text = nullptr) {
         return failure.number();
     }
     return 0;
-}
-
-inline std::string bytes_of(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline void put_bytes(const std::string& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
 }
 
 using Records = std::map<std::string, std::string>;

@@ -4,6 +4,7 @@
 
 #include "importers/made_up_base.h"
 #include "server/store.h"
+#include "support/scratch.h"
 #include "window/qt_text.h"
 
 #include <QAbstractButton>
@@ -17,20 +18,13 @@
 #include <QTimer>
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
 #include <type_traits>
 
 namespace corvalissement {
 
-inline std::string bytes_of(const QString& path) {
-    std::ifstream input(field_text(path), std::ios::binary);
-    std::ostringstream text;
-    text << input.rdbuf();
-    return text.str();
-}
+inline std::string bytes_of(const QString& path) { return testing_support::bytes_of(field_text(path)); }
 
 // Waits for a modal window of that name or class while the event loop runs, and lets `answer` deal with it.
 // Asked again until it is there, so that no clock decides.
