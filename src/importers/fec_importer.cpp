@@ -126,9 +126,10 @@ private:
         const auto standing = years_of_entity(shared_.store, options.entity);
         const bool given = options.first_day || options.last_day;
         if (standing && !(given && contradict(options, *standing))) {
-            shared_.years = {*standing, YearSource::base};
+            shared_.years = {*standing, given ? YearSource::options : YearSource::base};
             return;
         }
+        sets_years_ = true;
         if (!given) return;
         shared_.years = {years_from_bounds(options.first_day, options.last_day), YearSource::options};
         if (!standing) return;
@@ -162,7 +163,7 @@ private:
             const FecOutcome outcome = outcome_of(std::move(record));
             entries += outcome.entries;
             drafts += outcome.taken_lines() - std::min(outcome.taken_lines(), outcome.entries);
-            set_by_import = set_by_import || (outcome.years && outcome.years->source != YearSource::base &&
+            set_by_import = set_by_import || (outcome.sets_years && outcome.years &&
                                               outcome.years->years.first_day == standing.first_day &&
                                               outcome.years->years.last_day == standing.last_day);
         }
@@ -209,6 +210,7 @@ private:
             check_company(path);
             outcome = take_file(shared_, *looked.file, looked.facts, progress);
             outcome.options = letters_of(options);
+            outcome.sets_years = std::exchange(sets_years_, false);
             shared_.store.write(tables, key, text_of(outcome));
             anything_new_ = true;
             shared_.years_of_this_call = true;
@@ -296,6 +298,7 @@ private:
     std::vector<LookedAt> looked_at_; // beforehand, when a correction asked for them
     std::set<std::string> taken_;
     bool anything_new_ = false;
+    bool sets_years_ = false; // the next file to be taken does
     FecOutcome total_;
     std::vector<std::string> remarks_;
 };

@@ -243,13 +243,17 @@ private:
         if (options_.outside_bounds && !(here && source == YearSource::dates)) return;
         const std::string told = " (source : " + std::string(name_of(source)) + ")";
         const std::string lines = counted(outside.lines, "ligne est", "lignes sont");
+        const auto line_of = [this](std::int64_t day) {
+            return std::to_string(evidence_.first_line(day, day));
+        };
         if (here)
-            refuse(outside.first_line, "les dates vont du " + date_text(evidence_.earliest()) + " au " +
-                                           date_text(evidence_.latest()) + " ; avec un exercice N " +
-                                           text_of(years.first_day, years.last_day) + told + ", " + lines +
-                                           " hors des exercices N - 1 à N + 1 ; relancez avec " +
-                                           better_options(evidence_, years) +
-                                           ", ou d'autres bornes de l'exercice N");
+            refuse(outside.first_line,
+                   "les dates vont du " + date_text(evidence_.earliest()) + " au " +
+                       date_text(evidence_.latest()) + " (lignes " + line_of(evidence_.earliest()) + " et " +
+                       line_of(evidence_.latest()) + ") ; avec un exercice N " +
+                       text_of(years.first_day, years.last_day) + told + ", " + lines +
+                       " hors des exercices N - 1 à N + 1 ; relancez avec " +
+                       better_options(evidence_, years) + ", ou d'autres bornes de l'exercice N");
         refuse(outside.first_line,
                "la date " + date_text(outside.day) + " est hors des exercices connus, " +
                    text_of(years.first_day_before(), years.last_day_after()) + told + " ; " + lines +

@@ -57,6 +57,7 @@ std::string text_of(const FecOutcome& outcome) {
         }
         for (std::size_t i = 0; i < 3; ++i)
             record.set(14 + i, as_values(columns[i]));
+        if (outcome.sets_years) record.set(17, "1");
     }
     return std::string(record.text());
 }
@@ -79,6 +80,7 @@ FecOutcome outcome_of(std::string whole_text) {
         outcome.remarks.emplace_back(record(10, v));
     if (const auto source = year_source_of(record(13))) {
         outcome.years = {{amount_of(record(11)), amount_of(record(12))}, *source};
+        outcome.sets_years = record(17) == "1";
         for (std::size_t i = 0; i < outcome.taken.size(); ++i)
             outcome.taken[i] = {count_of(record(14, i + 1)), amount_of(record(15, i + 1)),
                                 amount_of(record(16, i + 1))};

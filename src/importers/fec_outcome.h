@@ -30,6 +30,7 @@ struct FecOutcome {
     // filled before these were kept.
     std::optional<SourcedYears> years;
     std::array<LineSums, 3> taken{};
+    bool sets_years = false; // the entity had no years before this file
 
     [[nodiscard]] std::uint64_t taken_lines() const noexcept { return lines - outside; }
 };

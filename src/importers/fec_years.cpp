@@ -13,7 +13,10 @@ namespace {
 constexpr std::array<std::string_view, 5> SOURCES{"options", "base", "nom du fichier", "à-nouveaux", "dates"};
 
 constexpr int MONTHS_TO_CLOSING = 3; // from the last line of a year to its end
-constexpr std::uint64_t STRAYS = 20; // one line in so many may lie where it should not
+// One line in so many may lie where it should not: behind a closing day, and behind one that ends twelve
+// months which start with the file.
+constexpr std::uint64_t STRAYS = 20;
+constexpr std::uint64_t STRAYS_OF_A_YEAR = 3;
 
 // Accounts of a balance sheet (classes 1 to 5), and those of them that tell it from any other entry: capital,
 // and what is owned.
@@ -205,12 +208,14 @@ YearEvidence::years_by_name(std::string_view path,
     const std::int64_t longest = add_months(*closing + 1, -12);
     const std::int64_t last = std::prev(days_.upper_bound(*closing))->first;
     const std::uint64_t all = sums(earliest(), latest()).lines;
+    const std::uint64_t behind = sums(*closing + 1, latest()).lines;
+    const bool whole_year = first_of_month(earliest()) <= longest;
     const bool fits = last >= longest && add_months(last, MONTHS_TO_CLOSING) >= *closing &&
-                      sums(*closing + 1, latest()).lines * STRAYS <= all;
+                      behind * (whole_year ? STRAYS_OF_A_YEAR : STRAYS) <= all;
     if (!fits) return std::nullopt;
-    const auto behind = openings.upper_bound(*closing);
-    if (behind != openings.begin() && std::prev(behind)->first >= longest)
-        return FiscalYears{std::prev(behind)->first, *closing};
+    const auto later = openings.upper_bound(*closing);
+    if (later != openings.begin() && std::prev(later)->first >= longest)
+        return FiscalYears{std::prev(later)->first, *closing};
     return FiscalYears{std::max(longest, first_of_month(earliest())), *closing};
 }
 

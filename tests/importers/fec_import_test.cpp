@@ -193,6 +193,8 @@ TEST(Years, year_n_is_told_by_the_name_by_openings_or_by_dates) {
          "nom du fichier", ""},
         {sales({"20230705", "20241220"}), "FEC20241231", "20240101", "20241231", "nom du fichier",
          "2 lignes vont à l'exercice N - 1"},
+        {sales({"20240115", "20241220", "20250103"}), "FEC20241231", "20240101", "20241231", "nom du fichier",
+         "N + 1"},
         {busy + sales({"20250103"}), "FEC20241231", "20240101", "20241231", "nom du fichier",
          "2 lignes vont à l'exercice N + 1"},
         // Names that tell no truth: years away, before the lines, half a year behind the last of them.
@@ -243,6 +245,7 @@ TEST(Years, what_finds_no_place_is_refused_with_the_options_to_run) {
     // A slip of the pen must not leave everything else out.
     const std::string slip = fec(sales({"20140115", "20240115", "20240215"}));
     trial.options.outside_bounds = true;
+    EXPECT_NE(trial.refusal(slip).find("au 15/02/2024 (lignes 2 et 6)"), std::string::npos);
     EXPECT_NE(trial.refusal(slip).find("--debut 01/01/2024 --fin 31/12/2024 --hors-bornes (2 lignes"),
               std::string::npos);
     trial.options.first_day = day_of_digits("20230101");
@@ -259,6 +262,7 @@ TEST(Years, a_wrong_guess_is_set_right_while_nothing_else_is_there) {
             std::vector<FecLine>{{.journal = "BQ", .date = "20240303", .debit = "1", .valid = ""}}));
     const ScratchFile other(fec(sales({"20240303"})));
     Trial trial;
+    trial.options.drafts = true;
     (void)trial.import({file.path()});
     EXPECT_EQ(trial.years(), "45261 45626 45627 45991");
     const Snapshot guessed = snapshot(*trial.store);
@@ -266,7 +270,7 @@ TEST(Years, a_wrong_guess_is_set_right_while_nothing_else_is_there) {
     for (Trial* one : {&trial, &right}) {
         one->options.first_day = day_of_digits("20240101");
         one->options.last_day = day_of_digits("20241231");
-        one->options.drafts = true;
+        one->options.drafts = false;
     }
     const auto refused = [&](const std::vector<std::string>& paths) {
         trial.options.paths = paths;
@@ -275,11 +279,13 @@ TEST(Years, a_wrong_guess_is_set_right_while_nothing_else_is_there) {
         EXPECT_EQ(snapshot(*trial.store), before);
     };
     refused({other.path()});
-    // An entry that came from elsewhere is never taken away.
-    const FileId entries = trial.store->file(files::DETAILECRITUREGENE);
-    trial.store->write(entries, "001XXN000001N0001", "");
-    refused({file.path()});
-    (void)trial.store->erase(entries, "001XXN000001N0001");
+    // An entry or a draft that came from elsewhere is never taken away.
+    for (const std::string_view name : {files::DETAILECRITUREGENE, files::BROUILLARDDETAIL}) {
+        const FileId foreign = trial.store->file(name);
+        trial.store->write(foreign, "001XXN000001N0001", "");
+        refused({file.path()});
+        (void)trial.store->erase(foreign, "001XXN000001N0001");
+    }
 
     const FecSummary summary = trial.import({file.path()});
     EXPECT_EQ(summary.years[1].source, "options");
@@ -292,6 +298,14 @@ TEST(Years, a_wrong_guess_is_set_right_while_nothing_else_is_there) {
     EXPECT_EQ(trial.import({other.path()}).years[1].source, "base");
     trial.options.first_day = day_of_digits("20231201");
     refused({file.path()});
+
+    // Years that were there before any file are not a file's to change.
+    Trial told;
+    told.store->write(told.store->file(files::PARAMENTITECOMPTA), "001",
+                      right.record(files::PARAMENTITECOMPTA, "001").text());
+    (void)told.import({file.path()});
+    told.options.first_day = day_of_digits("20231201");
+    EXPECT_THROW((void)told.import({file.path()}), BadInput);
 }
 
 TEST(Years, around_year_n) {
