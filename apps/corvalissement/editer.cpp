@@ -5,7 +5,9 @@
 #include "host/edition_host.h"
 #include "host/scripted_host.h"
 #include "importers/bad_input.h"
+#include "output/surfaces.h"
 #include "platform/text.h"
+#include "server/command_printer.h"
 #include "server/commands.h"
 #include "server/session.h"
 
@@ -95,14 +97,6 @@ EditionOptions edition_options(const EditerOptions& options) {
     return edition;
 }
 
-bool known_ending(const std::string& path) {
-    std::string lower = path;
-    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) {
-        return c < 0x80 ? static_cast<char>(std::tolower(c)) : static_cast<char>(c);
-    });
-    return lower.ends_with(".pdf") || lower.ends_with(".txt") || lower.ends_with(".jsonl");
-}
-
 // Puts the printer of this edition first in the host's list.
 void choose_output(const EditerOptions& options, Store& store, HostSettings& settings) {
     if (!options.output.empty()) {
@@ -116,8 +110,9 @@ void choose_output(const EditerOptions& options, Store& store, HostSettings& set
                                     [&](const PrinterEntry& entry) { return entry.name == options.printer; });
     if (found != list.end()) {
         settings.printers.push_back(*found);
-    } else if (options.printer.starts_with("cups:")) {
-        settings.printers.push_back({options.printer.substr(5), options.printer, options.printer, ""});
+    } else if (options.printer.starts_with(QUEUE_PREFIX)) {
+        settings.printers.push_back(
+            {options.printer.substr(QUEUE_PREFIX.size()), options.printer, options.printer, ""});
     } else {
         throw StepFailure(ERR_PROPERTY, "L'imprimante « " + options.printer +
                                             " » n'est pas dans la liste des imprimantes.");
@@ -159,7 +154,7 @@ int run_editer(const EditerOptions& options) {
                         (options.edition.graphic ? 1 : 0);
     if (outputs != 1)
         throw UsageError("il faut une et une seule des options --sortie, --imprimante, --graphique");
-    if (!options.output.empty() && !known_ending(options.output))
+    if (!options.output.empty() && !surface_kind(options.output))
         throw UsageError("--sortie : « " + options.output +
                          " » ne finit ni par .pdf, ni par .txt, ni par .jsonl");
     HostSettings settings = host_settings(options.today, options.user, options.computer);

@@ -44,7 +44,7 @@ std::string key_condition(const YearFile& year, std::string_view entity, std::st
 
 } // namespace
 
-bool drop_accented_key(HostServices& host, int& key) {
+bool drop_accented_key(Dialogue& host, int& key) {
     if (key <= LAST_PLAIN_KEY) return false;
     message(host, "La saisie de minuscule accentuée est interdite sur cette zone.");
     key = 0;

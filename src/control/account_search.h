@@ -56,9 +56,6 @@ private:
 
 // The two key rules of combos that are searched by label: Enter searches, and what lies above the letter z
 // is refused. True when the key was dropped.
-[[nodiscard]] bool drop_accented_key(HostServices& host, int& key);
-
-inline constexpr int KEY_BACKSPACE = 8;
-inline constexpr int KEY_ENTER = 13;
+[[nodiscard]] bool drop_accented_key(Dialogue& host, int& key);
 
 } // namespace corvalissement

@@ -15,8 +15,8 @@ void Proc_FermeFichiers(Variable& variable) {
     variable.TheDatabase.reset();
 }
 
-std::string Proc_NomUtilisateur(HostServices& host) { return std::string(chars(host.user_name(), 1, 19)); }
+std::string Proc_NomUtilisateur(Surroundings& host) { return std::string(chars(host.user_name(), 1, 19)); }
 
-std::string Proc_NomOrdinateur(HostServices& host) { return host.computer_name(); }
+std::string Proc_NomOrdinateur(Surroundings& host) { return host.computer_name(); }
 
 } // namespace corvalissement::Procedure

@@ -17,7 +17,7 @@ void Proc_OuvreFichiers(Variable& variable);
 void Proc_FermeFichiers(Variable& variable);
 
 // Name of the logged-on user, at most 19 characters, and of the computer; neither in capitals.
-[[nodiscard]] std::string Proc_NomUtilisateur(HostServices& host);
-[[nodiscard]] std::string Proc_NomOrdinateur(HostServices& host);
+[[nodiscard]] std::string Proc_NomUtilisateur(Surroundings& host);
+[[nodiscard]] std::string Proc_NomOrdinateur(Surroundings& host);
 
 } // namespace corvalissement::Procedure

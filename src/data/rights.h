@@ -31,7 +31,7 @@ class AideObject {
 public:
     void AideClient(std::shared_ptr<TarvexClient> client) { client_ = std::move(client); }
     void AideBase(const std::shared_ptr<TarvexSession>& session) { session_ = session; }
-    void AidePage(HostServices& host, std::string_view page, std::string_view kind, std::string_view title) {
+    void AidePage(Dialogue& host, std::string_view page, std::string_view kind, std::string_view title) {
         host.show_help(page, kind, title);
     }
 

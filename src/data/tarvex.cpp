@@ -7,6 +7,13 @@ void TarvexRecord::DBWrite() {
     file_->write(*this);
 }
 
+std::string quoted(std::string_view value) {
+    if (value.find('"') != std::string_view::npos)
+        throw StepFailure(ERR_QUERY,
+                          "un texte cherché ne peut pas contenir de guillemet : " + std::string(value));
+    return '"' + std::string(value) + '"';
+}
+
 std::string query_request(std::string_view query, std::string_view file, std::string_view fields) {
     DynArray request;
     request.set(1, query);

@@ -91,6 +91,10 @@ private:
     TarvexSession& session_;
 };
 
+// A value of a query, between double-quote characters. Throws StepFailure (ERR_QUERY) when it holds one
+// itself: what the user typed could otherwise complete into another query.
+[[nodiscard]] std::string quoted(std::string_view value);
+
 // A query request, ready for DBSelect.
 [[nodiscard]] std::string query_request(std::string_view query, std::string_view file,
                                         std::string_view fields);

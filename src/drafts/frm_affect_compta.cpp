@@ -124,9 +124,9 @@ void Frm_AffectCompta::Remplir_Liste_Pos() {
     LedgerFiles& shared = variable_.Files;
     constexpr std::string_view ROUTINE = "Remplir_Liste_Pos";
     Lst_SequencePos.clear();
-    const std::string query = "SSELECT BROUILLARDTETE AVEC SoldeBrouillardTete = \"0\" AND AVEC 0 = \"" +
-                              variable_.G_Entite + "]\" PAR 0";
     skip(place, ROUTINE, [&] {
+        const std::string query = "SSELECT BROUILLARDTETE AVEC SoldeBrouillardTete = " + quoted("0") +
+                                  " AND AVEC 0 = " + quoted(variable_.G_Entite + "]") + " PAR 0";
         std::string work;
         W_ListeSequences =
             variable_.TheDatabase->DBSelect(query_request(query, files::BROUILLARDTETE, "0"), "", work);

@@ -8,9 +8,6 @@ namespace corvalissement::gestures {
 
 namespace {
 
-constexpr int KEY_BACKSPACE = 8;
-constexpr int KEY_ENTER = 13;
-constexpr int KEY_SPACE = 32;
 
 const std::string* text_of(const Field& field) {
     if (const auto* text = dynamic_cast<const TextField*>(&field)) return &text->text();

@@ -1,6 +1,7 @@
 #include "launch/ledger_query.h"
 
 #include "data/keys.h"
+#include "data/tarvex.h"
 #include "platform/failures.h"
 #include "platform/text.h"
 
@@ -54,13 +55,6 @@ void add_accounts(std::string& query, const Selection& selection) {
 }
 
 } // namespace
-
-std::string quoted(std::string_view value) {
-    if (value.find('"') != std::string_view::npos)
-        throw StepFailure(ERR_QUERY,
-                          "un texte cherché ne peut pas contenir de guillemet : " + std::string(value));
-    return '"' + std::string(value) + '"';
-}
 
 QueryText ledger_query(const Selection& selection) {
     const std::string_view file = selection.archived() ? files::BALANCEGENEARCHIVE : files::BALANCEGENE;

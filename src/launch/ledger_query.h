@@ -25,8 +25,4 @@ struct QueryText {
 // code of "N - 1", and in the order under earlier cumuls, where the year comes first.
 [[nodiscard]] QueryText temporary_query(const Selection& selection);
 
-// A value between double-quote characters. Throws StepFailure (ERR_QUERY) when it holds one itself: what the
-// user typed could otherwise complete into another query.
-[[nodiscard]] std::string quoted(std::string_view value);
-
 } // namespace corvalissement

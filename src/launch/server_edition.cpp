@@ -20,7 +20,7 @@ int skip_step(const EditionJob& job, Step&& step) {
 }
 
 // The printer's name as the server is to know it.
-std::string printer_target(HostServices& host, const PrintSurface& printer) {
+std::string printer_target(Surroundings& host, const PrintSurface& printer) {
     const std::string device = printer.DeviceName();
     if (device.find("\\\\") != std::string::npos) return device;
     std::string target = printer.Port();
@@ -48,7 +48,7 @@ std::string_view flag(bool on) { return on ? "1" : "0"; }
 
 // The server's answer on the printer. False when there is none, or when it does not know the printer, of
 // which the user is told.
-bool printer_known(const EditionJob& job, HostServices& host, const std::string& printer,
+bool printer_known(const EditionJob& job, Dialogue& host, const std::string& printer,
                    const std::string& user) {
     execute(job, prefixed_command("TESTESETPTR " + user + " " + printer));
     const std::string key = std::string(tempo::PRINTER_ANSWER) + user;
@@ -60,7 +60,7 @@ bool printer_known(const EditionJob& job, HostServices& host, const std::string&
     return false;
 }
 
-void tell_file_made(const EditionJob& job, HostServices& host) {
+void tell_file_made(const EditionJob& job, Dialogue& host) {
     TarvexRecord& result = job.files.R_TEMPO;
     skip_step(job, [&] { job.files.F_TEMPO->DBRead(tempo::FILE_MADE, result); });
     host.message_box("Le fichier " + std::string(result(1)) + " a été généré dans le répertoire LIENCOMPTA",

@@ -2,6 +2,8 @@
 // passes see this value and never a field, so that an edition with no view runs on the same code.
 #pragma once
 
+#include "data/keys.h"
+
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,7 +29,7 @@ struct Selection {
     bool with_drafts = false;      // Cac_PriseCpteBrouillard
     bool as_list = true;           // Opt_Liste; otherwise a graphic file
 
-    [[nodiscard]] bool archived() const { return exercice == "N - 1"; }
+    [[nodiscard]] bool archived() const { return exercice == exercice::PRECEDENT; }
 };
 
 } // namespace corvalissement

@@ -18,7 +18,7 @@ namespace {
 
 using Handle = QPDFObjectHandle;
 
-constexpr const char* PRODUCER = "Corvalissement 1.0";
+constexpr const char* PRODUCER = "Corvalissement " CORVALISSEMENT_VERSION;
 constexpr const char* PROFILE_NAME = "Gray";
 constexpr int PROFILE_LEVEL = 9;
 

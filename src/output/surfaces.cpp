@@ -3,18 +3,27 @@
 #include "platform/failures.h"
 #include "platform/text.h"
 
-#include <filesystem>
 #include <utility>
 
 namespace corvalissement {
 
+std::optional<SurfaceKind> surface_kind(std::string_view path) {
+    const std::string name = capitals(path);
+    if (name.ends_with(".PDF")) return SurfaceKind::pdf;
+    if (name.ends_with(".TXT")) return SurfaceKind::text;
+    if (name.ends_with(".JSONL")) return SurfaceKind::trace;
+    return std::nullopt;
+}
+
 std::unique_ptr<PrintSurface> make_surface(std::string path, std::string device_name, std::string port) {
-    const std::string ending = capitals(std::filesystem::path(path).extension().string());
-    if (ending == ".PDF") return make_pdf_surface(std::move(path), std::move(device_name), std::move(port));
-    if (ending == ".TXT") return make_text_surface(std::move(path), std::move(device_name), std::move(port));
-    if (ending == ".JSONL")
-        return make_trace_surface(std::move(path), std::move(device_name), std::move(port));
-    throw StepFailure(ERR_OUTPUT, path + " : le nom d'une sortie se termine par .pdf, .txt ou .jsonl", path);
+    const auto kind = surface_kind(path);
+    if (!kind)
+        throw StepFailure(ERR_OUTPUT, path + " : le nom d'une sortie se termine par .pdf, .txt ou .jsonl",
+                          path);
+    const auto make = *kind == SurfaceKind::pdf    ? make_pdf_surface
+                      : *kind == SurfaceKind::text ? make_text_surface
+                                                   : make_trace_surface;
+    return make(std::move(path), std::move(device_name), std::move(port));
 }
 
 } // namespace corvalissement

@@ -20,7 +20,9 @@
 #include "platform/print_surface.h"
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace corvalissement {
 
@@ -35,8 +37,13 @@ namespace corvalissement {
 [[nodiscard]] std::unique_ptr<PrintSurface> make_trace_surface(std::string path, std::string device_name = "",
                                                                std::string port = "");
 
-// The surface that the ending of `path` asks for, capitals or not: .pdf, .txt, .jsonl. Any other ending
-// throws StepFailure (ERR_OUTPUT, the path).
+enum class SurfaceKind { pdf, text, trace };
+
+// What the ending of `path` asks for, capitals or not: .pdf, .txt, .jsonl. Nothing for any other.
+[[nodiscard]] std::optional<SurfaceKind> surface_kind(std::string_view path);
+
+// The surface that the ending of `path` asks for. An ending that asks for none throws StepFailure
+// (ERR_OUTPUT, the path).
 [[nodiscard]] std::unique_ptr<PrintSurface> make_surface(std::string path, std::string device_name = "",
                                                          std::string port = "");
 

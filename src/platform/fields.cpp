@@ -9,7 +9,7 @@ namespace corvalissement {
 Field::Field(View& view, const FieldSpec& spec)
     : view_(view), spec_(spec), enabled_(spec.enabled), caption_(spec.caption) {}
 
-void Field::shown() const { view_.host().field_changed(const_cast<Field&>(*this)); }
+void Field::shown() { view_.host().field_changed(*this); }
 
 void Field::raise(const std::function<void()>& event) const {
     if (event) event();

@@ -19,6 +19,11 @@ namespace corvalissement {
 
 class View;
 
+// Keys as KeyPress tells them.
+inline constexpr int KEY_BACKSPACE = 8;
+inline constexpr int KEY_ENTER = 13;
+inline constexpr int KEY_SPACE = 32;
+
 enum class FieldKind : std::uint8_t {
     label,
     text,
@@ -90,7 +95,7 @@ public:
 
 protected:
     void raise(const std::function<void()>& event) const;
-    void shown() const; // tells whoever draws the form that this field looks different
+    void shown(); // tells whoever draws the form that this field looks different
 
 private:
     View& view_;

@@ -34,9 +34,10 @@ struct PrinterChoice {
     int copies = 1;
 };
 
-class HostServices {
+// What a routine says to the user, and shows him.
+class Dialogue {
 public:
-    virtual ~HostServices() = default;
+    virtual ~Dialogue() = default;
 
     // A modal box; gives the answer (1 for the only button of a message).
     virtual int message_box(std::string_view text, int kind, std::string_view title) = 0;
@@ -56,27 +57,47 @@ public:
     virtual void unload_form_of(View& view) = 0;
 
     virtual void show_help(std::string_view page, std::string_view kind, std::string_view title) = 0;
+};
 
-    // The platform's printers, and the one in force before any is chosen. `printer` gives null beyond the
-    // list. A surface is made anew by each call.
+// The platform's printers.
+class Printers {
+public:
+    virtual ~Printers() = default;
+
+    // `printer` gives null beyond the list; the default one is that in force before any is chosen. A surface
+    // is made anew by each call.
     [[nodiscard]] virtual std::shared_ptr<PrintSurface> printer(int index) = 0;
     [[nodiscard]] virtual std::shared_ptr<PrintSurface> default_printer() = 0;
     [[nodiscard]] virtual PrinterChoice choose_printer() = 0;
+};
+
+// Who works where and when, and the place for what is passed over in silence. A host that is to give the same
+// output twice sets them.
+class Surroundings {
+public:
+    virtual ~Surroundings() = default;
 
     [[nodiscard]] virtual std::string user_name() = 0;
     [[nodiscard]] virtual std::string computer_name() = 0;
     [[nodiscard]] virtual CivilDate today() = 0;
-
     [[nodiscard]] virtual SkippedFailures& skipped_failures() = 0;
+};
 
-    // Told by the view, so that whoever draws or records it can follow.
+// Told by the view, so that whoever draws or records it can follow.
+class ViewObserver {
+public:
+    virtual ~ViewObserver() = default;
+
     virtual void view_enabled_changed(View& view, bool enabled) = 0;
     virtual void field_changed(Field& field) { static_cast<void>(field); }
     virtual void focus_changed(View& view) { static_cast<void>(view); }
 };
 
+// All that a form asks of its host. A routine that needs one part of it is given that part.
+class HostServices : public Dialogue, public Printers, public Surroundings, public ViewObserver {};
+
 // Shows a message with the system's own title.
-inline int message(HostServices& host, std::string_view text, int kind = KIND_WARNING) {
+inline int message(Dialogue& host, std::string_view text, int kind = KIND_WARNING) {
     return host.message_box(text, kind, MESSAGE_TITLE);
 }
 

@@ -14,7 +14,6 @@
 #include "server/session.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -148,9 +147,7 @@ private:
     // What a printer takes is text, unless the name of its file asks for another kind. A row is as long as
     // what stands on it: more than the 132 columns of a matrix printer rather than a figure less.
     static std::unique_ptr<PrintSurface> list_surface(const std::string& path, const std::string& printer) {
-        const std::string ending = capitals(std::filesystem::path(path).extension().string());
-        if (ending == ".PDF" || ending == ".JSONL") return make_surface(path, printer);
-        return make_text_surface(path, printer);
+        return surface_kind(path) ? make_surface(path, printer) : make_text_surface(path, printer);
     }
 
     void make_graphic_file() {

@@ -362,11 +362,10 @@ void PreviewWindow::save_pdf(const QString& path) {
 }
 
 void PreviewWindow::ask_save() {
-    QString path = QFileDialog::getSaveFileName(
+    const QString path = QFileDialog::getSaveFileName(
         this, tr("Enregistrer en PDF"), QStringLiteral("grand-livre.pdf"), tr("Documents PDF (*.pdf)"));
     if (path.isEmpty()) return;
-    if (!path.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive)) path += QLatin1String(".pdf");
-    attempt([&] { save_pdf(path); });
+    attempt([&] { save_pdf(with_pdf_ending(path)); });
 }
 
 void PreviewWindow::ask_print() {

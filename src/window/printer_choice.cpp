@@ -133,12 +133,11 @@ void PrinterChoiceDialog::follow_choice() {
 }
 
 void PrinterChoiceDialog::ask_path() {
-    QString path = QFileDialog::getSaveFileName(this, tr("Enregistrer le grand livre"), pdf_path(),
-                                                tr("Documents PDF (*.pdf)"));
+    const QString path = QFileDialog::getSaveFileName(this, tr("Enregistrer le grand livre"), pdf_path(),
+                                                      tr("Documents PDF (*.pdf)"));
     if (path.isEmpty()) return;
-    if (!path.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive)) path += QLatin1String(".pdf");
-    agreed_ = path; // the file dialog has asked already
-    path_->setText(path);
+    agreed_ = with_pdf_ending(path); // the file dialog has asked already
+    path_->setText(agreed_);
 }
 
 } // namespace corvalissement

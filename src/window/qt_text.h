@@ -27,4 +27,10 @@ namespace corvalissement {
     return shown_text(title).replace(QLatin1Char('/'), QLatin1Char('-'));
 }
 
+// The path that a dialog for PDF documents gave, with their ending where the user left it out.
+[[nodiscard]] inline QString with_pdf_ending(const QString& path) {
+    const QLatin1String ending(".pdf");
+    return path.endsWith(ending, Qt::CaseInsensitive) ? path : path + ending;
+}
+
 } // namespace corvalissement

@@ -23,9 +23,6 @@ namespace corvalissement {
 
 namespace {
 
-constexpr int KEY_BACKSPACE = 8;
-constexpr int KEY_ENTER = 13;
-constexpr int KEY_SPACE = 32;
 constexpr int BUTTON_LEFT = 1;
 constexpr int BUTTON_RIGHT = 2;
 constexpr int BUTTON_MIDDLE = 4;
