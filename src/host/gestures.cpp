@@ -8,7 +8,6 @@ namespace corvalissement::gestures {
 
 namespace {
 
-
 const std::string* text_of(const Field& field) {
     if (const auto* text = dynamic_cast<const TextField*>(&field)) return &text->text();
     if (const auto* combo = dynamic_cast<const ComboField*>(&field)) return &combo->text();
