@@ -79,7 +79,7 @@ TEST(LifeCycle, end_releases_rights_files_and_session_but_not_the_client) {
     control.Init();
     EXPECT_EQ(control.focus(), control.find("Txt_Entite"));
     EXPECT_EQ(control.W_Sortir, 0);
-    control.find("Mnu_Sommaire")->Click(); // the help object outlives the control
+    control.find("Mnu_Sommaire")->Click(); // help keeps no session that its control has let go
     control.UserControl_Terminate();
     EXPECT_TRUE(rights_held.expired() && session_held.expired());
     EXPECT_FALSE(client_held.expired());
