@@ -69,6 +69,11 @@ bool labels_opening(std::string_view label) {
         "REPRISEANOUV",    "REPRISEDESANOUV",  "SOLDEANOUV",        "SOLDESANOUV",
         "SOLDEDOUVERTURE", "SOLDESDOUVERTURE", "BILANDOUVERTURE",   "OUVERTURE",
         "SOLDEINITIAL",    "BALANCEINITIALE",  "BALANCEDOUVERTURE", "ECRITURESDOUVERTURE"};
+    // Most labels show by their first letter that they don't.
+    const auto first = static_cast<unsigned char>(label.empty() ? ' ' : label.front() | 0x20);
+    if (first >= 'a' && first <= 'z' &&
+        std::string_view("abeors").find(static_cast<char>(first)) == std::string_view::npos)
+        return false;
     const std::string letters = letters_of(label);
     return letters == "AN" || letters == "RAN" ||
            any(STARTS, [&](std::string_view start) { return letters.starts_with(start); });
