@@ -493,9 +493,9 @@ private:
                                  " sans date de validation gardées comme écritures : l'exercice N - 1 n'a "
                                  "pas de brouillards");
         if (lettering_.replaced() > 0)
-            remarks_.add("", counted(lettering_.replaced(), "code", "codes") +
-                                 " de lettrage remplacés par d'autres, de deux caractères, par exemple " +
-                                 lettering_.example());
+            remarks_.add("", counted(lettering_.replaced(), "code de lettrage remplacé par un autre",
+                                     "codes de lettrage remplacés par d'autres") +
+                                 ", de deux caractères, par exemple " + lettering_.example());
     }
 
     EntryText text_of_row(const FecRow& row, std::size_t account) {
