@@ -19,7 +19,7 @@ TEST_F(OutputFileTest, stands_under_its_name_only_when_committed) {
     {
         OutputFile abandoned(path("a"));
         abandoned.write("half");
-        EXPECT_EQ(entries(), 1) << "what is killed now leaves nothing";
+        EXPECT_EQ(entries(), 1U) << "what is killed now leaves nothing";
     }
     EXPECT_EQ(content_of(path("a")), "before");
 
@@ -29,7 +29,7 @@ TEST_F(OutputFileTest, stands_under_its_name_only_when_committed) {
     file.commit();
     file.commit();
     EXPECT_EQ(content_of(path("a")), "new");
-    EXPECT_EQ(entries(), 1);
+    EXPECT_EQ(entries(), 1U);
 }
 
 TEST_F(OutputFileTest, pieces_of_any_length_come_out_in_order) {
@@ -73,7 +73,7 @@ TEST_F(OutputFileTest, never_takes_the_place_of_a_guarded_file_whatever_leads_to
         }
     }
     EXPECT_EQ(content_of(path("base")), "precious");
-    EXPECT_EQ(entries(), 3);
+    EXPECT_EQ(entries(), 3U);
     OutputFile(path("base")).commit(); // free again
     EXPECT_EQ(content_of(path("base")), "");
 }
@@ -94,7 +94,7 @@ TEST_F(OutputFileTest, clears_away_what_a_killed_run_has_left_and_nothing_else) 
     OutputFile(path("a")).commit();
     for (const char* gone : {".corvalissement-1-1.tmp", ".corvalissement-1-2.tmp0"})
         EXPECT_FALSE(std::filesystem::exists(path(gone))) << gone;
-    EXPECT_EQ(entries(), 4);
+    EXPECT_EQ(entries(), 4U);
     ::close(other);
 }
 
@@ -108,7 +108,7 @@ TEST_F(OutputFileTest, a_stopped_run_takes_its_unfinished_file_with_it) {
     }
     int status = 0;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(entries(), 0);
+    EXPECT_EQ(entries(), 0U);
 }
 
 TEST_F(OutputFileTest, tells_why_it_cannot_be_written) {
@@ -132,7 +132,7 @@ TEST_F(OutputFileTest, tells_why_it_cannot_be_written) {
         EXPECT_EQ(failure.text(), expected.path + " : " + expected.reason);
         EXPECT_EQ(failure.record(), expected.path);
     }
-    EXPECT_EQ(entries(), 1);
+    EXPECT_EQ(entries(), 1U);
 }
 
 TEST_F(OutputFileTest, a_full_disk_leaves_what_was_there) {
@@ -145,7 +145,7 @@ TEST_F(OutputFileTest, a_full_disk_leaves_what_was_there) {
         EXPECT_EQ(failure_of([&] { file.commit(); }).text(), path("a") + " : " + system_reason(EFBIG))
             << room;
         EXPECT_EQ(content_of(path("a")), "before");
-        EXPECT_EQ(entries(), 1);
+        EXPECT_EQ(entries(), 1U);
     }
 }
 

@@ -2,47 +2,29 @@
 #pragma once
 
 #include "platform/failures.h"
+#include "support/scratch.h"
 
 #include <csignal>
 #include <cstddef>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <string>
 #include <sys/resource.h>
-#include <unistd.h>
 #include <utility>
 
 namespace corvalissement {
 
 class Scratch : public testing::Test {
 protected:
-    Scratch() {
-        std::string name = (std::filesystem::temp_directory_path() / "output_test_XXXXXX").string();
-        if (::mkdtemp(name.data()) != nullptr) folder_ = name;
-    }
-    ~Scratch() override { std::filesystem::remove_all(folder_); }
-
-    [[nodiscard]] std::string path(const std::string& name) const { return (folder_ / name).string(); }
-
-    // Number of things in the folder, hidden ones included.
-    [[nodiscard]] long entries() const {
-        return std::distance(std::filesystem::directory_iterator(folder_),
-                             std::filesystem::directory_iterator());
-    }
+    [[nodiscard]] std::string path(const std::string& name) const { return folder_ / name; }
+    [[nodiscard]] std::size_t entries() const { return folder_.entries(); }
 
 private:
-    std::filesystem::path folder_;
+    testing_support::Scratch folder_;
 };
 
-inline std::string content_of(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
+inline std::string content_of(const std::string& path) { return testing_support::bytes_of(path); }
 inline void put(const std::string& path, const std::string& content) {
-    std::ofstream(path, std::ios::binary) << content;
+    testing_support::put_bytes(path, content);
 }
 
 // Runs `step`, which must fail, and gives the failure back.

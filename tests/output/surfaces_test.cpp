@@ -127,14 +127,14 @@ TEST_F(SurfaceTest, a_document_begins_with_the_first_ink) {
         surface->Print("", END);
         EXPECT_EQ(surface->page_count(), 0);
         surface->EndDoc();
-        EXPECT_EQ(entries(), 0) << ending;
+        EXPECT_EQ(entries(), 0U) << ending;
 
         const auto abandoned = make_surface(path(std::string("none") + ending));
         abandoned->Print(" ", KEEP);
         abandoned->NewPage();
         EXPECT_EQ(abandoned->page_count(), 2);
     }
-    EXPECT_EQ(entries(), 0);
+    EXPECT_EQ(entries(), 0U);
 }
 
 TEST_F(SurfaceTest, a_document_ends_once) {
@@ -198,7 +198,7 @@ TEST_F(SurfaceTest, a_full_disk_leaves_nothing_half_written) {
             EXPECT_EQ(failure_of([&] { surface->EndDoc(); }).text(),
                       path("out" + ending) + " : le fichier devient trop grand")
                 << room;
-            EXPECT_EQ(entries(), 0) << ending << room;
+            EXPECT_EQ(entries(), 0U) << ending << room;
         }
     }
 }

@@ -11,6 +11,9 @@ namespace corvalissement::testing_support {
 
 namespace {
 
+constexpr double CM = 567;
+constexpr double TABLE = 5.1 * CM; // where the column titles begin
+
 std::string difference(const std::vector<PaperRow>& expected, const std::vector<PaperRow>& printed) {
     std::ostringstream text;
     const auto [e, p] = std::mismatch(expected.begin(), expected.end(), printed.begin(), printed.end());
@@ -24,7 +27,6 @@ std::string difference(const std::vector<PaperRow>& expected, const std::vector<
 // Rules close what they enclose: a rule across ends each rule down, none runs through a row of the table, and
 // every such row has one below it.
 std::string fault_of_rules(const RecordingSurface& paper) {
-    constexpr double TABLE = 5.1 * 567;
     constexpr double ROW = 221.13;
     constexpr double SLACK = 1;
     std::map<long, std::vector<double>> across;
@@ -69,7 +71,10 @@ std::string fault_of_edition(TestLedger ledger, const Selection& selection, Edit
     const ModelPaper model = model_edition(ledger, selection);
     run_edition(ledger, selection, printed);
     if (entries != nullptr) *entries += model.entries_chosen;
-    if (std::string row = difference(model.rows, printed.surface.rows()); !row.empty()) return row;
+    std::vector<PaperRow> rows = printed.surface.rows();
+    std::erase_if(rows,
+                  [](const PaperRow& row) { return row.y > TABLE && row.y < TABLE + 0.6 * CM; }); // titles
+    if (std::string row = difference(model.rows, rows); !row.empty()) return row;
     if (model.entries_chosen > 0) // the total of nothing stands below its block
         if (std::string rule = fault_of_rules(printed.surface); !rule.empty()) return rule;
     if (printed.surface.draw_width != 3) return "pen";

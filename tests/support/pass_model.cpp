@@ -11,17 +11,8 @@ namespace corvalissement::testing_support {
 
 namespace {
 
-std::vector<std::string> letters(const std::string& text) {
-    std::vector<std::string> result;
-    for (const char c : text) {
-        if ((static_cast<unsigned char>(c) & 0xC0U) != 0x80U) result.emplace_back();
-        result.back() += c;
-    }
-    return result;
-}
-
 std::string part(const std::string& text, std::size_t from, std::size_t count) {
-    const auto all = letters(text);
+    const auto all = characters(text);
     std::string result;
     for (std::size_t i = from; i < std::min(all.size(), from + count); ++i)
         result += all[i];
@@ -30,13 +21,13 @@ std::string part(const std::string& text, std::size_t from, std::size_t count) {
 
 std::string left(const std::string& text, std::size_t width) {
     std::string result = part(text, 0, width);
-    return result + std::string(width - letters(result).size(), ' ');
+    return result + std::string(width - characters(result).size(), ' ');
 }
 
 std::string right(const std::string& text, std::size_t width) {
-    const std::size_t size = letters(text).size();
+    const std::size_t size = characters(text).size();
     const std::string result = part(text, size > width ? size - width : 0, width);
-    return std::string(width - letters(result).size(), ' ') + result;
+    return std::string(width - characters(result).size(), ' ') + result;
 }
 
 std::string trimmed(const std::string& text) {
@@ -143,35 +134,12 @@ private:
         text("Exercice         : " + selection_.exercice + std::string(10, ' ') +
              "Date début : " + selection_.start_date + "     Date fin : " + selection_.end_date);
         if (selection_.with_drafts) text("PRISE EN COMPTE DES BROUILLARDS DE SAISIE");
-        titles();
-    }
-
-    void titles() {
-        std::string row(123, ' ');
-        const auto place = [&](std::size_t position, const std::string& word) {
-            row.replace(position - 1, word.size(), word);
-        };
-        if (!closing_)
-            for (const auto& [position, word] : {std::pair<std::size_t, const char*>{4, "DATE"},
-                                                 {12, "JO"},
-                                                 {16, "LIGNE"},
-                                                 {34, "LIBELLE"},
-                                                 {56, "PIECE"},
-                                                 {77, "ECHEANCE"},
-                                                 {99, "LET."}})
-                place(position, word);
-        for (const auto& [position, word] : {std::pair<std::size_t, const char*>{65, "QUANTITE"},
-                                             {89, "DEBIT"},
-                                             {106, "CREDIT"},
-                                             {119, "SOLDE"}})
-            place(position, word);
-        text(row);
     }
 
     // The bold columns end with the title's last ink.
     void title_band(const std::string& title) {
         const std::string ink = title.substr(0, title.find_last_not_of(' ') + 1);
-        text(ink, "4-" + std::to_string(letters(ink).size()));
+        text(ink, "4-" + std::to_string(characters(ink).size()));
         counted_ += 4;
     }
 
@@ -207,7 +175,6 @@ private:
     }
 
     void close_edition() {
-        closing_ = true;
         head();
         const ModelTotals& all = paper_.totals;
         text("      TOTAL DES MOUVEMENTS EDITES" + std::string(30, ' ') +
@@ -233,7 +200,7 @@ private:
         return " " + date.substr(0, 6) + date.substr(8) + "  " + e.key.substr(3, 2) +
                (e.key[5] == 'N' ? " " : "P") + " " + e.key.substr(7, 5) + " " + left(trimmed(e.label), 30) +
                " " +
-               (merged_pass ? left(right(e.piece, std::min<std::size_t>(10, letters(e.piece).size())), 10)
+               (merged_pass ? left(right(e.piece, std::min<std::size_t>(10, characters(e.piece).size())), 10)
                             : right(e.piece, 10)) +
                " " + optional_amount(e.quantity) + " " +
                (e.due.empty() ? std::string(10, ' ') : model_date(std::stoll(e.due))) + " " +
@@ -388,7 +355,6 @@ private:
     std::int64_t from_, to_;
     ModelPaper paper_;
     long page_ = 0;
-    bool closing_ = false;
     int counted_ = 0;
     std::string current_, label_;
     int account_page_ = 1;

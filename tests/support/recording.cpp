@@ -7,9 +7,6 @@
 
 namespace corvalissement::testing_support {
 
-namespace {
-
-// The code points of valid UTF-8, each as its bytes.
 std::vector<std::string> characters(const std::string& text) {
     std::vector<std::string> result;
     for (const char c : text) {
@@ -18,8 +15,6 @@ std::vector<std::string> characters(const std::string& text) {
     }
     return result;
 }
-
-} // namespace
 
 bool PaperRow::operator==(const PaperRow& other) const {
     return page == other.page && text == other.text && bold == other.bold;

@@ -9,6 +9,9 @@
 
 namespace corvalissement::testing_support {
 
+// The code points of valid UTF-8, each as its bytes.
+[[nodiscard]] std::vector<std::string> characters(const std::string& text);
+
 struct Skipped {
     std::string routine;
     int number;
