@@ -168,94 +168,6 @@ std::vector<FecLine> sales(const std::vector<std::string>& dates) {
     return lines;
 }
 
-std::vector<FecLine> opening(const std::string& journal, const std::string& date, const std::string& label,
-                             const std::string& against = "512000") {
-    return {{.journal = journal, .date = date, .account = against, .debit = "9", .label = label},
-            {.journal = journal, .date = date, .account = "101000", .credit = "9", .label = label}};
-}
-
-TEST(Years, year_n_is_told_by_the_name_by_openings_or_by_dates) {
-    std::vector<FecLine> busy;
-    for (int i = 0; i < 20; ++i)
-        busy = busy + sales({"20240105", "20241220"});
-    struct Case {
-        std::vector<FecLine> lines;
-        const char *name, *first, *last, *source, *remark;
-    };
-    const Case CASES[] = {
-        // A line of January makes no year of 13 months.
-        {sales({"20240115", "20241220", "20250103"}), "x", "20240101", "20241231", "dates",
-         "2 lignes vont à l'exercice N + 1, du 01/01/2025 au 31/12/2025, la première à la ligne 6"},
-        {sales({"20240229", "20250131"}), "x", "20240201", "20250131", "dates", ""},
-        {sales({"20210905", "20220820"}), "123456789FEC20220831.txt", "20210901", "20220831",
-         "nom du fichier", ""},
-        {sales({"20240315", "20240920"}), "123456789fec20240930.txt", "20240301", "20240930",
-         "nom du fichier", ""},
-        {sales({"20230705", "20241220"}), "FEC20241231", "20240101", "20241231", "nom du fichier",
-         "2 lignes vont à l'exercice N - 1"},
-        {sales({"20240115", "20241220", "20250103"}), "FEC20241231", "20240101", "20241231", "nom du fichier",
-         "N + 1"},
-        {busy + sales({"20250103"}), "FEC20241231", "20240101", "20241231", "nom du fichier",
-         "2 lignes vont à l'exercice N + 1"},
-        // Names that tell no truth: years away, before the lines, half a year behind the last of them.
-        {sales({"20240115"}), "FEC19961231", "20240101", "20241231", "dates", ""},
-        {sales({"20230303", "20230731"}), "111111111FEC20221231", "20230301", "20240229", "dates", ""},
-        {sales({"20240315", "20240615"}), "FEC20241231", "20240301", "20250228", "dates", ""},
-        // Openings by journal, by label, by a journal used on the first day alone; provisional ones,
-        // corrections.
-        {sales({"20230505", "20241220"}) + opening("AN", "20240101", "x"), "x", "20240101", "20241231",
-         "à-nouveaux",
-         "2 lignes vont à l'exercice N - 1, du 01/01/2023 au 31/12/2023, la première à la ligne 2"},
-        {sales({"20240205"}) + opening("OD", "20240101", "À nouveaux 2024") + sales({"20230105"}), "x",
-         "20240101", "20241231", "à-nouveaux", "N - 1"},
-        {opening("XX", "20240315", "Apport") + sales({"20240402"}), "x", "20240315", "20250314", "à-nouveaux",
-         ""},
-        {opening("RAN", "20230101", "x") + sales({"20230303", "20231220"}) + opening("RAN", "20240101", "x"),
-         "x", "20230101", "20231231", "à-nouveaux", "2 lignes vont à l'exercice N + 1"},
-        {opening("AN", "20230101", "x") + opening("AN", "20230601", "x") + opening("AN", "20230101", "x") +
-             opening("AN", "20230101", "x") + opening("AN", "20230101", "x") +
-             opening("AN", "20230101", "x") + sales({"20230707"}),
-         "x", "20230101", "20231231", "à-nouveaux", ""},
-        // A share of profit speaks of "report à nouveau" as well, and so may a journal of something else.
-        {sales({"20240105"}) + opening("OD", "20240601", "Report à nouveau", "120000"), "x", "20240101",
-         "20241231", "dates", ""},
-        {sales({"20240105"}) + opening("OD", "20240601", "Affectation, report à nouveau"), "x", "20240101",
-         "20241231", "dates", ""},
-    };
-    for (const Case& one : CASES) {
-        Trial trial;
-        const FecSummary summary = trial.import_text(fec(one.lines), one.name);
-        SCOPED_TRACE(summary.to_json());
-        EXPECT_EQ(summary.years[1].first_day, day_of_digits(one.first));
-        EXPECT_EQ(summary.years[1].last_day, day_of_digits(one.last));
-        for (const FecYear& year : summary.years)
-            EXPECT_EQ(year.source, one.source);
-        EXPECT_EQ(summary.taken.lines, one.lines.size());
-        EXPECT_TRUE(*one.remark == '\0' ? summary.remarks.empty() : remarked(summary, one.remark));
-        EXPECT_EQ(trial.years().substr(0, 11),
-                  std::to_string(*day_of_digits(one.first)) + " " + std::to_string(*day_of_digits(one.last)));
-    }
-}
-
-TEST(Years, what_finds_no_place_is_refused_with_the_options_to_run) {
-    const std::string three = fec(sales({"20220115", "20230115", "20240115"}));
-    Trial trial;
-    EXPECT_NE(trial.refusal(three).find("relancez avec --debut 01/01/2023 --fin 31/12/2023,"),
-              std::string::npos);
-    // A slip of the pen must not leave everything else out.
-    const std::string slip = fec(sales({"20140115", "20240115", "20240215"}));
-    trial.options.outside_bounds = true;
-    EXPECT_NE(trial.refusal(slip).find("au 15/02/2024 (lignes 2 et 6)"), std::string::npos);
-    EXPECT_NE(trial.refusal(slip).find("--debut 01/01/2024 --fin 31/12/2024 --hors-bornes (2 lignes"),
-              std::string::npos);
-    trial.options.first_day = day_of_digits("20230101");
-    const FecSummary summary = trial.import_text(three);
-    EXPECT_EQ(summary.outside_bounds, 0U);
-    EXPECT_EQ(summary.years[0].taken.lines, 2U);
-    EXPECT_EQ(summary.years[2].taken.debit, 100);
-    EXPECT_EQ(summary.years[2].source, "options");
-}
-
 TEST(Years, a_wrong_guess_is_set_right_while_nothing_else_is_there) {
     const ScratchFile file(
         fec(sales({"20231230", "20240115", "20241220"}) +
@@ -327,25 +239,6 @@ TEST(Years, around_year_n) {
         EXPECT_FALSE(years.period_of(years.first_day_before() - 1).has_value());
         EXPECT_FALSE(years.period_of(years.last_day_after() + 1).has_value());
     }
-}
-
-TEST(Years, a_line_outside_is_refused_or_counted) {
-    const std::string text = fec(entry("VE", "1", "20240115", "5,00") + entry("ZZ", "1", "20190115", "3,00"));
-    Trial trial;
-    trial.options.first_day = day_of_digits("20240101");
-    EXPECT_EQ(trial.refusal(text).substr(0, 36), "4 la date 15/01/2019 est hors des ex");
-    trial.options.outside_bounds = true;
-    const FecSummary summary = trial.import_text(text);
-    EXPECT_EQ(summary.lines, 4U);
-    EXPECT_EQ(summary.entries, 2U);
-    EXPECT_EQ(summary.outside_bounds, 2U);
-    EXPECT_EQ(summary.debit, "800");
-    EXPECT_EQ(summary.taken.debit, 500);
-    EXPECT_EQ(summary.journals, 1U);
-    EXPECT_EQ(trial.years(), "45292 45657 45658 46022");
-    trial.options.first_day = day_of_digits("20240201");
-    EXPECT_NE(trial.refusal(fec(entry("VE", "1", "20240215", "5,00"))).find("contredisent"),
-              std::string::npos);
 }
 
 TEST(Codes, accounts_are_completed_shortened_and_never_shared) {
@@ -469,122 +362,6 @@ TEST(Lettering, stays_lettered_and_apart) {
     EXPECT_TRUE(pairs.contains(std::string(book.stored(1, "ENCORE"))));
 }
 
-TEST(Balance, entries_are_told_by_number_or_by_runs) {
-    const auto line = [](const char* number, const char* date, const char* debit, const char* credit) {
-        return FecLine{.number = number, .date = date, .debit = debit, .credit = credit};
-    };
-    struct Case {
-        std::vector<FecLine> lines;
-        const char* remark; // "" when all is balanced
-    };
-    const Case CASES[] = {
-        {entry("VE", "1", "20240101", "5") + entry("AC", "1", "20240102", "6"), ""},
-        // One number in two places, and lines of two entries mixed.
-        {{line("1", "20240101", "5", ""), line("2", "20240101", "7", ""), line("1", "20240101", "", "5"),
-          line("2", "20240101", "", "7")},
-         ""},
-        {entry("VE", "1", "20240101", "5") + std::vector<FecLine>{line("2", "20240101", "7", "")},
-         "écriture VE 2 (ligne 4) non équilibrée : débit moins crédit 7,00"},
-        // A number on each line.
-        {{line("1", "20240101", "5", ""), line("2", "20240101", "", "5"), line("3", "20240101", "7", ""),
-          line("4", "20240101", "", "7")},
-         ""},
-        {{line("1", "20240101", "5", ""), line("2", "20240102", "", "4"), line("3", "20240103", "7", ""),
-          line("4", "20240103", "", "7")},
-         "écriture VE (ligne 2) non équilibrée : débit moins crédit 5,00"},
-        // No number, or always 0.
-        {{line("", "20240101", "5", ""), line("0", "20240101", "", "5"), line("000", "20240101", "7", ""),
-          line("0", "20240102", "", "8")},
-         "écriture VE (ligne 4) non équilibrée : débit moins crédit 7,00"},
-        // Where entries end is guessed then: what a whole journal makes good is told once.
-        {{line("0", "20240101", "5", ""), line("0", "20240102", "", "5")},
-         "journal VE : équilibré dans son ensemble, mais sans numéros d'écriture qui disent où chaque "
-         "écriture "
-         "finit ; 2 suites"},
-    };
-    for (const Case& one : CASES) {
-        Trial trial;
-        const FecSummary summary = trial.import_text(fec(one.lines));
-        if (*one.remark == '\0') {
-            EXPECT_FALSE(remarked(summary, "équilibrée")) << summary.to_json();
-        } else {
-            EXPECT_TRUE(remarked(summary, one.remark)) << summary.to_json();
-            EXPECT_EQ(remarked(summary, "dans son ensemble") ? summary.remarks.size() : 1U, 1U);
-        }
-    }
-}
-
-TEST(Balance, bounds_that_cut_are_told_with_what_they_leave) {
-    Trial trial;
-    trial.options.first_day = day_of_digits("20240101");
-    trial.options.outside_bounds = true;
-    const FecSummary summary =
-        trial.import_text(fec(std::vector<FecLine>{{.number = "1", .date = "20241231", .debit = "5"},
-                                                   {.number = "1", .date = "20250102", .credit = "5"},
-                                                   {.number = "2", .date = "20220101", .debit = "3"},
-                                                   {.number = "2", .date = "20240102", .credit = "3"}} +
-                              entry("ZZ", "1", "20190115", "7") + entry("VE", "3", "20240110", "1") +
-                              entry("VE", "3", "20250110", "2")));
-    const std::vector<std::string> expected = {
-        "l'exercice N, du 01/01/2024 au 31/12/2024, n'est pas équilibré : débit 6,00, crédit 4,00",
-        "3 lignes vont à l'exercice N + 1",
-        "écriture VE 1 (ligne 2) coupée par les bornes des exercices : débit moins crédit N 5,00, N + 1 "
-        "-5,00",
-        "écriture VE 2 (ligne 4) coupée par les bornes des exercices : débit moins crédit N -3,00, hors "
-        "bornes 3,00",
-        "3 lignes laissées de côté, hors des trois exercices : débit 10,00, crédit 7,00 ; pris : débit 8,00, "
-        "crédit "
-        "11,00"};
-    for (const std::string& remark : expected)
-        EXPECT_TRUE(remarked(summary, remark)) << remark << "\n" << summary.to_json();
-    EXPECT_FALSE(remarked(summary, "écriture VE 3"));
-    EXPECT_FALSE(remarked(summary, "écriture ZZ"));
-    EXPECT_EQ(summary.journals, 1U);
-}
-
-// Heads of drafts as key, debit, credit.
-std::string heads(const Trial& trial) {
-    std::string text;
-    for (const auto& [key, record] : trial.records(files::BROUILLARDTETE)) {
-        const DynArray head(record);
-        text += key + " " + std::string(head(2)) + " " + std::string(head(3)) + "\n";
-    }
-    return text;
-}
-
-TEST(Drafts, one_sequence_for_an_entry_balanced_ones_first) {
-    const std::vector<FecLine> unbalanced = {{.journal = "VE", .number = "1", .debit = "3", .valid = ""}};
-    const std::string text =
-        fec(unbalanced + entry("VE", "2", "20240115", "5", "") + entry("VE", "3", "20240115", "6") +
-            entry("VE", "4", "20250115", "7", "") + entry("ACH", "9", "20240115", "8", "00000000"));
-    Trial trial;
-    trial.options.drafts = true;
-    trial.options.first_day = day_of_digits("20240101");
-    const FecSummary summary = trial.import_text(text);
-    EXPECT_EQ(heads(trial), "001ACN00 800 800\n001VEN00 500 500\n001VEN01 300 0\n001VEN10 700 700\n");
-    EXPECT_EQ(summary.drafts, 4U);
-    EXPECT_TRUE(remarked(summary, "séquence de brouillard 001VEN01 non équilibrée"));
-    EXPECT_FALSE(remarked(summary, "001VEN00"));
-    EXPECT_FALSE(remarked(summary, "exercice N :"));
-    EXPECT_TRUE(
-        remarked(summary, "exercice N + 1 : 2 comptes n'ont que des brouillards, 4110000000, 7070000000"));
-    EXPECT_EQ(summary.entries, 2U);
-    EXPECT_EQ(summary.lines, 9U);
-    const DynArray line = trial.record(files::BROUILLARDDETAIL, "001VEN0000002");
-    EXPECT_EQ(line.text(), std::string("\xFE"
-                                       "45306\xFE"
-                                       "0017070000000\xFE"
-                                       "Vente\xFE"
-                                       "FA1\xFE\xFE"
-                                       "500\xFE\xFE"
-                                       "\xFE\xFE"));
-    // Without the option they are entries like any other.
-    Trial plain;
-    plain.options.first_day = day_of_digits("20240101");
-    EXPECT_EQ(plain.import_text(text).entries, 9U);
-    EXPECT_TRUE(plain.records(files::BROUILLARDTETE).empty());
-}
-
 TEST(Drafts, more_than_36_entries_share_sequences) {
     std::vector<FecLine> lines;
     for (int i = 1; i <= 100; ++i)
@@ -604,26 +381,6 @@ TEST(Drafts, more_than_36_entries_share_sequences) {
     EXPECT_EQ(trial.refusal(fec(entry("VE", "200", "20240115", "1", ""))).substr(0, 36),
               "2 l'écriture 200 du journal VE ne t");
     EXPECT_EQ(trial.import_text(fec(entry("BQ", "1", "20240115", "1", ""))).drafts, 1U);
-}
-
-TEST(Drafts, the_archive_has_none) {
-    Trial trial;
-    trial.options.drafts = true;
-    trial.options.first_day = day_of_digits("20240101");
-    const FecSummary summary = trial.import_text(fec(entry("VE", "1", "20231115", "5", "")));
-    EXPECT_EQ(summary.entries, 2U);
-    EXPECT_EQ(trial.records(files::DETAILECRITUREGENEARCHIVE).size(), 2U);
-    EXPECT_TRUE(remarked(summary, "2 lignes sans date de validation gardées comme écritures"));
-}
-
-TEST(Drafts, without_numbers_a_balanced_run_is_an_entry) {
-    std::vector<FecLine> lines;
-    for (int i = 0; i < 3; ++i)
-        lines = lines + entry("VE", "0", "20240115", "1", "");
-    Trial trial;
-    trial.options.drafts = true;
-    EXPECT_EQ(trial.import_text(fec(lines)).drafts, 3U);
-    EXPECT_EQ(heads(trial), "001VEN00 100 100\n001VEN01 100 100\n001VEN02 100 100\n");
 }
 
 TEST(Drafts, a_full_sequence_is_followed_by_the_next) {
