@@ -1,7 +1,7 @@
 // Queries over an entity of 100,000 accounts in an embedded base, beside nine smaller ones.
 #include "data/tarvex.h"
-#include "server/query_run.h"
-#include "server/store.h"
+#include "query/query_run.h"
+#include "store/store.h"
 
 #include <benchmark/benchmark.h>
 #include <filesystem>

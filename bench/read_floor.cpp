@@ -2,8 +2,8 @@
 // edition, and does nothing with them. Prints records, bytes and CPU seconds.
 //
 //   read_floor BASE ENTITY
+#include "commands/session.h"
 #include "data/keys.h"
-#include "server/session.h"
 
 #include <cstdio>
 #include <ctime>

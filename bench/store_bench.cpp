@@ -1,7 +1,7 @@
 // The embedded store as an edition uses it: 1,000,000 entries of 2,000 accounts, read by key in the order of
 // the balance records; and the cost of a durable write.
-#include "server/session.h"
-#include "server/store.h"
+#include "commands/session.h"
+#include "store/store.h"
 
 #include <benchmark/benchmark.h>
 #include <cstdio>

@@ -4,9 +4,9 @@
 //
 // writes FOLDER/*.png. It drives the real windows on a made-up base, so a picture shows what a user sees.
 #include "import_dialog.h"
-#include "importers/made_up_base.h"
+#include "made_up/made_up_base.h"
 #include "main_window.h"
-#include "server/store.h"
+#include "store/store.h"
 #include "window/help_window.h"
 #include "window/preview_window.h"
 #include "window/qt_text.h"

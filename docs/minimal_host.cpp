@@ -3,10 +3,10 @@
 // printers, names, the right of its user) and takes the session from the embedded base.
 //
 //     minimal_host BASE ENTITY OUTPUT.pdf|.txt|.jsonl
+#include "commands/session.h"
 #include "control/ctr_corvalissement.h"
 #include "host/gestures.h"
 #include "output/surfaces.h"
-#include "server/session.h"
 
 #include <iostream>
 #include <utility>

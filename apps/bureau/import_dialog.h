@@ -1,8 +1,8 @@
 // What an accounting file becomes in the base: entity, name, address, and how its lines are taken.
 #pragma once
 
-#include "importers/entity_records.h"
-#include "importers/fec_importer.h"
+#include "fec/entity_records.h"
+#include "fec/fec_importer.h"
 
 #include <QDialog>
 

@@ -1,8 +1,8 @@
 #include "main_window.h"
 
 #include "import_dialog.h"
-#include "importers/bad_input.h"
-#include "server/store.h"
+#include "records/bad_input.h"
+#include "store/store.h"
 #include "window/help_window.h"
 #include "window/preview_window.h"
 #include "window/qt_text.h"

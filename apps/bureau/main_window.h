@@ -1,7 +1,7 @@
 // The window of an accountant: a base, and on it one edition of the general ledger after the other.
 #pragma once
 
-#include "importers/fec_importer.h"
+#include "fec/fec_importer.h"
 #include "window/control_widget.h"
 
 #include <QMainWindow>

@@ -3,7 +3,7 @@
 
 #include "platform/calendar.h"
 #include "platform/failures.h"
-#include "server/store.h"
+#include "store/store.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,15 +1,15 @@
 // corvalissement editer, piloter: hosts of the control.
 #include "command_line.h"
+#include "commands/command_printer.h"
+#include "commands/commands.h"
+#include "commands/session.h"
 #include "data/keys.h"
 #include "data/util_object.h"
 #include "host/edition_host.h"
 #include "host/scripted_host.h"
-#include "importers/bad_input.h"
 #include "output/surfaces.h"
 #include "platform/text.h"
-#include "server/command_printer.h"
-#include "server/commands.h"
-#include "server/session.h"
+#include "records/bad_input.h"
 
 #include <algorithm>
 #include <filesystem>

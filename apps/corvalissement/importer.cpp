@@ -1,8 +1,8 @@
 // corvalissement importer, generer: bases made from accounting files, and made up.
 #include "command_line.h"
-#include "importers/bad_input.h"
-#include "importers/fec_importer.h"
-#include "importers/made_up_base.h"
+#include "fec/fec_importer.h"
+#include "made_up/made_up_base.h"
+#include "records/bad_input.h"
 
 #include <iostream>
 

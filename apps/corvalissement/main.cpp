@@ -1,7 +1,7 @@
 // The command `corvalissement`: everything that the control can do, with no window.
 #include "command_line.h"
-#include "importers/bad_input.h"
-#include "output/unfinished_files.h"
+#include "files/unfinished_files.h"
+#include "records/bad_input.h"
 
 #include <csignal>
 #include <cstdio>

@@ -1,8 +1,8 @@
 // corvalissement charger, extraire: raw records.
 #include "command_line.h"
-#include "importers/bad_input.h"
-#include "importers/raw_records.h"
-#include "output/output_file.h"
+#include "files/output_file.h"
+#include "records/bad_input.h"
+#include "records/raw_records.h"
 
 #include <cerrno>
 #include <fstream>

@@ -1,5 +1,6 @@
 #include "host/printers.h"
 
+#include "commands/command_printer.h"
 #include "data/dyn_array.h"
 #include "data/keys.h"
 #include "launch/routing.h"
@@ -7,7 +8,6 @@
 #include "output/print_queue.h"
 #include "output/surfaces.h"
 #include "platform/failures.h"
-#include "server/command_printer.h"
 
 #include <nlohmann/json.hpp>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/print_surface.h"
-#include "server/store.h"
+#include "store/store.h"
 
 #include <filesystem>
 #include <iosfwd>

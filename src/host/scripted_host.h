@@ -3,7 +3,7 @@
 #pragma once
 
 #include "host/headless_host.h"
-#include "server/store.h"
+#include "store/store.h"
 
 #include <deque>
 #include <functional>

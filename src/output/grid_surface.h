@@ -5,7 +5,7 @@
 // finds it, so that a long edition can end early, and by EndDoc. In between printing goes on without effect.
 #pragma once
 
-#include "output/output_file.h"
+#include "files/output_file.h"
 #include "platform/print_surface.h"
 
 #include <memory>

@@ -1,6 +1,6 @@
 #include "output/page_spool.h"
 
-#include "output/output_file.h"
+#include "files/output_file.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -14,6 +14,9 @@
 namespace corvalissement {
 
 namespace {
+
+constexpr std::size_t USUAL_PAGE = 64 * 1024; // bytes, to begin unpacking with
+constexpr std::size_t LARGEST_PAGE = std::size_t{1} << 31U;
 
 constexpr std::size_t BATCH_BYTES = 131072; // a dozen pages
 constexpr std::size_t MOST_WAITING = 4;     // batches
@@ -55,6 +58,24 @@ std::string deflated(std::string_view bytes, int level) {
     Compressor compressor(level);
     std::string room;
     return std::string(compressor.run(bytes, room));
+}
+
+std::optional<std::string> inflated(std::string_view stream) {
+    const std::unique_ptr<libdeflate_decompressor, void (*)(libdeflate_decompressor*)> state(
+        libdeflate_alloc_decompressor(), libdeflate_free_decompressor);
+    if (!state) throw std::bad_alloc();
+    std::string bytes;
+    for (std::size_t room = USUAL_PAGE; room <= LARGEST_PAGE; room *= 2) {
+        bytes.resize(room);
+        std::size_t length = 0;
+        const auto result = libdeflate_zlib_decompress(state.get(), stream.data(), stream.size(),
+                                                       bytes.data(), bytes.size(), &length);
+        if (result == LIBDEFLATE_INSUFFICIENT_SPACE) continue;
+        if (result != LIBDEFLATE_SUCCESS) return std::nullopt;
+        bytes.resize(length);
+        return bytes;
+    }
+    return std::nullopt;
 }
 
 PageSpool::PageSpool(const std::string& folder)

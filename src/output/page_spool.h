@@ -12,6 +12,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -21,6 +22,9 @@ namespace corvalissement {
 
 // `bytes` as a zlib stream. `level` 1 (quick) to 12 (small).
 [[nodiscard]] std::string deflated(std::string_view bytes, int level);
+
+// What such a stream holds, or nothing when it is none.
+[[nodiscard]] std::optional<std::string> inflated(std::string_view stream);
 
 struct Compressor;
 

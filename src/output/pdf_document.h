@@ -3,7 +3,7 @@
 // chance.
 #pragma once
 
-#include "output/output_file.h"
+#include "files/output_file.h"
 #include "output/page_spool.h"
 #include "output/pdf_font.h"
 #include "output/pdf_metadata.h"

@@ -1,7 +1,7 @@
 #include "output/pdf_font.h"
 
+#include "files/output_file.h"
 #include "output/cells.h"
-#include "output/output_file.h"
 #include "platform/failures.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "output/print_queue.h"
 
-#include "output/output_file.h"
+#include "files/output_file.h"
 #include "platform/failures.h"
 #include "platform/text.h"
 

@@ -1,7 +1,7 @@
 // Queues of the system's print service.
 #pragma once
 
-#include "output/unnamed_file.h"
+#include "files/unnamed_file.h"
 
 #include <string>
 #include <string_view>

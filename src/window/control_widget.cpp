@@ -1,9 +1,9 @@
 #include "window/control_widget.h"
 
+#include "commands/commands.h"
+#include "commands/session.h"
 #include "host/delivery.h"
 #include "host/fixed_rights.h"
-#include "server/commands.h"
-#include "server/session.h"
 #include "window/preview_window.h"
 #include "window/qt_text.h"
 

@@ -2,7 +2,7 @@
 // printers of the system.
 #pragma once
 
-#include "window/recorded_document.h"
+#include "output/recorded_document.h"
 
 #include <QWidget>
 

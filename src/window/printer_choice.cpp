@@ -1,6 +1,6 @@
 #include "window/printer_choice.h"
 
-#include "output/output_file.h"
+#include "files/output_file.h"
 #include "window/qt_text.h"
 
 #include <QComboBox>

@@ -4,8 +4,8 @@
 #pragma once
 
 #include "control/ctr_corvalissement.h"
+#include "output/recorded_document.h"
 #include "window/printer_choice.h"
-#include "window/recorded_document.h"
 #include "window/view_widget.h"
 
 #include <QPointer>

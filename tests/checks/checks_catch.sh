@@ -11,13 +11,13 @@ faults=0
 # A small clean tree.
 fresh() {
     rm -rf "${tree:?}"/*
-    mkdir -p "$tree/src/platform" "$tree/src/server" "$tree/tests/data" "$tree/build"
-    touch "$tree"/src/{platform,server}/README.md
+    mkdir -p "$tree/src/platform" "$tree/src/store" "$tree/tests/data" "$tree/build"
+    touch "$tree"/src/{platform,store}/README.md
     printf '#include <string>\n' >"$tree/src/platform/a.h"
     printf 'See [a](src/platform/README.md) and `src/*/a.h`.\n' >"$tree/README.md"
-    printf '#include "platform/a.h"\n#include <sqlite3.h>\n' >"$tree/src/server/b.cpp"
+    printf '#include "platform/a.h"\n#include <sqlite3.h>\n' >"$tree/src/store/b.cpp"
     printf '#include <vector>\n' >"$tree/tests/c_test.cpp"
-    printf '  "file": "%s",\n' "$tree/src/server/b.cpp" "$tree/tests/c_test.cpp" \
+    printf '  "file": "%s",\n' "$tree/src/store/b.cpp" "$tree/tests/c_test.cpp" \
         >"$tree/build/compile_commands.json"
 }
 
@@ -49,23 +49,23 @@ while IFS='|' read -r file line text check; do
 done <<'END'
 src/platform/a.h|#include <unistd.h>|a.h:2: <unistd.h>|includes.sh
 src/platform/a.h|  #  include <nlohmann/json.hpp>|a.h:2: <nlohmann/json.hpp>|includes.sh
-src/platform/a.h|#include "server/b.cpp"|a.h:2: "server/b.cpp"|includes.sh
+src/platform/a.h|#include "store/b.cpp"|a.h:2: "store/b.cpp"|includes.sh
 src/platform/a.h|#include "a.h"|a.h:2: "a.h"|includes.sh
-src/server/b.cpp|#include <qpdf/QPDF.hh>|b.cpp:3: <qpdf/QPDF.hh>|includes.sh
-src/server/b.cpp|#include <QString>|b.cpp:3: <QString>|includes.sh
+src/store/b.cpp|#include <qpdf/QPDF.hh>|b.cpp:3: <qpdf/QPDF.hh>|includes.sh
+src/store/b.cpp|#include <QString>|b.cpp:3: <QString>|includes.sh
 src/stray.cpp||stray.cpp|in_build.sh
 tests/new/d_test.cpp||d_test.cpp|in_build.sh
 src/platform/a.h|// \x54ODO later|a.h:2:|leftovers.sh
 tests/c_test.cpp|    \x47TEST_SKIP();|c_test.cpp:2:|leftovers.sh
 tests/c_test.cpp|TEST(Ledger, \x44ISABLED_total)|c_test.cpp:2:|leftovers.sh
-src/server/b.cpp|#\x69f 0|b.cpp:3:|leftovers.sh
+src/store/b.cpp|#\x69f 0|b.cpp:3:|leftovers.sh
 README.md|See [b](src/b.md).|README.md:2:|pages.sh
-src/server/README.md|See `src/server/*.h`.|README.md:1:|pages.sh
+src/store/README.md|See `src/store/*.h`.|README.md:1:|pages.sh
 END
 
 fresh
-rm "$tree/src/server/README.md"
-expect fails "src/server" includes.sh "$tree"
+rm "$tree/src/store/README.md"
+expect fails "src/store" includes.sh "$tree"
 fresh
 mkdir "$tree/src/other"
 expect fails "src/other" includes.sh "$tree"

@@ -15,21 +15,26 @@ declare -A may_include=(
     [drafts]="platform data ledger drafts"
     [launch]="platform data ledger drafts launch"
     [control]="platform data ledger drafts launch control"
-    [output]="platform output"
-    [server]="platform data ledger drafts launch output server"
-    [importers]="platform data server importers"
-    [host]="platform data ledger drafts launch control output server host"
-    [window]="platform data ledger drafts launch control output server host window"
+    [files]="platform files"
+    [output]="platform files output"
+    [store]="platform data files store"
+    [query]="platform data store query"
+    [commands]="platform data ledger drafts launch files output store query commands"
+    [records]="platform data store records"
+    [fec]="platform data store records fec"
+    [made_up]="platform data store records made_up"
+    [host]="platform data ledger drafts launch control files output store query commands host"
+    [window]="platform data ledger drafts launch control files output store commands host window"
 )
 core=" platform data ledger drafts launch control "
 
 # The libraries, by the beginning of their headers, and the only folders that may know each.
 libraries=(
-    "sqlite3 server"
+    "sqlite3 store"
     "qpdf output"
     "libdeflate output"
     "hb output"
-    "nlohmann importers host"
+    "nlohmann records fec host"
 )
 
 faults=0

@@ -1,8 +1,8 @@
 // Start and end of the control: what a host may forget, what a failing base leaves, what the end releases.
+#include "commands/session.h"
 #include "control/ctr_corvalissement.h"
 #include "data/keys.h"
 #include "host/fixed_rights.h"
-#include "server/session.h"
 #include "support/faulty_session.h"
 #include "support/small_base.h"
 #include "support/test_host.h"

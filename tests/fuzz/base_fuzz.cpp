@@ -7,8 +7,8 @@
 #include "fuzz/target.h"
 #include "importers/base_check.h"
 #include "platform/failures.h"
-#include "server/page_guard.h"
-#include "server/store.h"
+#include "store/page_guard.h"
+#include "store/store.h"
 
 #include <algorithm>
 #include <cstring>

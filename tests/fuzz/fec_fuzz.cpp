@@ -1,10 +1,10 @@
 // Any bytes as a FEC. A fault is: any failure but bad input, a base changed by a refused file, a base whose
 // records contradict each other, totals other than those of the summary, or a second import that is not
 // the same as none. The first byte chooses the options.
+#include "fec/fec_importer.h"
 #include "fuzz/target.h"
-#include "importers/bad_input.h"
 #include "importers/base_check.h"
-#include "importers/fec_importer.h"
+#include "records/bad_input.h"
 
 namespace {
 

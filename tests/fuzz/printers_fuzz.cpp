@@ -1,10 +1,10 @@
 // Any bytes as a list of printers, and its outputs as what the records of a base say. A fault is: any failure
 // but a refusal that names the list or the printer, an entry that is another one when it is written and read
 // again, or a file that the base leads to outside its own folder.
+#include "commands/command_printer.h"
 #include "fuzz/target.h"
 #include "host/printers.h"
 #include "platform/failures.h"
-#include "server/command_printer.h"
 
 #include <nlohmann/json.hpp>
 

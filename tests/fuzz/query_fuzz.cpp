@@ -4,8 +4,8 @@
 #include "fuzz/target.h"
 #include "platform/failures.h"
 #include "platform/text.h"
-#include "server/query_run.h"
-#include "server/store.h"
+#include "query/query_run.h"
+#include "store/store.h"
 
 #include <algorithm>
 #include <map>

@@ -1,12 +1,12 @@
 // Any bytes as a script of a user's gestures, on the base of the golden scripts. A fault is: any failure that
 // leaves the host, a line of its answer that is no JSON, a lock that outlives the script, or a file that is
 // no output of its printers.
+#include "commands/commands.h"
+#include "commands/session.h"
 #include "fuzz/target.h"
 #include "host/scripted_host.h"
 #include "importers/base_check.h"
-#include "importers/raw_records.h"
-#include "server/commands.h"
-#include "server/session.h"
+#include "records/raw_records.h"
 #include "support/recording.h"
 #include "support/small_base.h"
 

@@ -1,11 +1,11 @@
 // One edition with drafts in trouble, and what a list of printers may hold. What options end with is shown by
 // the command's own test.
+#include "commands/commands.h"
+#include "commands/session.h"
 #include "data/keys.h"
 #include "drafts/frm_affect_compta.h"
 #include "host/edition_host.h"
-#include "importers/raw_records.h"
-#include "server/commands.h"
-#include "server/session.h"
+#include "records/raw_records.h"
 #include "support/scratch.h"
 #include "support/small_base.h"
 

@@ -3,7 +3,7 @@
 
 #include "data/dyn_array.h"
 #include "data/keys.h"
-#include "server/store.h"
+#include "store/store.h"
 
 #include <map>
 #include <set>

@@ -3,7 +3,7 @@
 // UPDATE_GOLDEN=1 the expected files are written anew, to be read before they stay.
 #include "data/util_object.h"
 #include "importers/fec_trial.h"
-#include "importers/raw_records.h"
+#include "records/raw_records.h"
 #include "support/scratch.h"
 
 #include <algorithm>

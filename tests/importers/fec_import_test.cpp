@@ -1,6 +1,6 @@
 // What a FEC becomes in a base, and what a second one adds.
-#include "importers/entity_records.h"
-#include "importers/fec_codes.h"
+#include "fec/entity_records.h"
+#include "fec/fec_codes.h"
 #include "importers/fec_trial.h"
 
 #include <nlohmann/json.hpp>

@@ -1,9 +1,9 @@
 // A base in memory, FEC texts put together line by line, and imports of them.
 #pragma once
 
-#include "importers/bad_input.h"
+#include "fec/fec_importer.h"
 #include "importers/base_check.h"
-#include "importers/fec_importer.h"
+#include "records/bad_input.h"
 
 #include <filesystem>
 #include <fstream>

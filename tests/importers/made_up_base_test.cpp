@@ -1,7 +1,7 @@
-#include "importers/made_up_base.h"
+#include "made_up/made_up_base.h"
 
-#include "importers/bad_input.h"
 #include "importers/base_check.h"
+#include "records/bad_input.h"
 
 #include <gtest/gtest.h>
 

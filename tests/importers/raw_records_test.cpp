@@ -1,7 +1,7 @@
-#include "importers/raw_records.h"
+#include "records/raw_records.h"
 
-#include "importers/bad_input.h"
 #include "importers/base_check.h"
+#include "records/bad_input.h"
 
 #include <gtest/gtest.h>
 #include <sstream>

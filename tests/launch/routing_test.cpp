@@ -1,8 +1,8 @@
 // Who edits, and what is left when a step fails: the view always comes back, the document always ends.
+#include "commands/session.h"
 #include "data/variable.h"
 #include "launch/routing.h"
 #include "launch/server_edition.h"
-#include "server/session.h"
 #include "support/faulty_session.h"
 #include "support/small_base.h"
 #include "support/test_host.h"

@@ -1,4 +1,4 @@
-#include "output/output_file.h"
+#include "files/output_file.h"
 
 #include "output/scratch.h"
 

@@ -1,13 +1,13 @@
 // The server's commands: the temporary files and who has them, the printers, the editions.
-#include "server/commands.h"
+#include "commands/commands.h"
 
+#include "commands/command_edition.h"
+#include "commands/session.h"
 #include "data/keys.h"
 #include "host/printers.h"
-#include "importers/made_up_base.h"
 #include "launch/server_edition.h"
+#include "made_up/made_up_base.h"
 #include "scratch.h"
-#include "server/command_edition.h"
-#include "server/session.h"
 #include "support/small_base.h"
 
 #include <sys/stat.h>

@@ -2,9 +2,9 @@
 // That a query selects what a plain filter selects is the fuzz target's business (tests/fuzz/query_fuzz.cpp).
 #include "data/keys.h"
 #include "data/tarvex.h"
+#include "query/query_lexer.h"
+#include "query/query_run.h"
 #include "scratch.h"
-#include "server/query_lexer.h"
-#include "server/query_run.h"
 
 namespace corvalissement {
 namespace {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/failures.h"
-#include "server/store.h"
+#include "store/store.h"
 #include "support/scratch.h"
 
 #include <filesystem>

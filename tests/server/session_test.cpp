@@ -1,5 +1,5 @@
 // The session: records in slots, locks of records, several sessions at once.
-#include "server/session.h"
+#include "commands/session.h"
 
 #include "data/keys.h"
 #include "scratch.h"

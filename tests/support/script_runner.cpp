@@ -1,9 +1,9 @@
 #include "support/script_runner.h"
 
+#include "commands/commands.h"
+#include "commands/session.h"
 #include "host/scripted_host.h"
-#include "importers/raw_records.h"
-#include "server/commands.h"
-#include "server/session.h"
+#include "records/raw_records.h"
 #include "support/faulty_session.h"
 #include "support/recording.h"
 #include "support/scratch.h"

@@ -1,8 +1,8 @@
 #include "support/small_base.h"
 
+#include "commands/session.h"
 #include "launch/edition_run.h"
 #include "launch/ledger_query.h"
-#include "server/session.h"
 
 namespace corvalissement::testing_support {
 

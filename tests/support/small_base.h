@@ -3,7 +3,7 @@
 #pragma once
 
 #include "ledger/edition.h"
-#include "server/store.h"
+#include "store/store.h"
 #include "support/recording.h"
 
 #include <cstdint>

@@ -1,6 +1,6 @@
 // The desktop window as an accountant begins with it: a base is made, a file imported, a ledger looked at.
-#include "importers/entity_records.h"
-#include "importers/fec_importer.h"
+#include "fec/entity_records.h"
+#include "fec/fec_importer.h"
 #include "main_window.h"
 #include "trial.h"
 #include "window/preview_window.h"

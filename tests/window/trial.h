@@ -2,8 +2,8 @@
 // gesture brings up.
 #pragma once
 
-#include "importers/made_up_base.h"
-#include "server/store.h"
+#include "made_up/made_up_base.h"
+#include "store/store.h"
 #include "support/scratch.h"
 #include "window/qt_text.h"
 
