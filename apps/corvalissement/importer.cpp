@@ -2,8 +2,11 @@
 #include "command_line.h"
 #include "fec/fec_importer.h"
 #include "made_up/made_up_base.h"
+#include "platform/text.h"
 #include "records/bad_input.h"
+#include "records/json_text.h"
 
+#include <filesystem>
 #include <iostream>
 
 namespace corvalissement {
@@ -17,6 +20,17 @@ struct ImporterOptions {
     std::string last;
 };
 
+// A trial tells what is refused where its reader looks for the plan.
+void tell_refusals(const BadInput& bad) {
+    std::string line = "{\"refus\":[";
+    append_json(line, sanitize(bad.text()));
+    for (const std::string& fault : bad.others()) {
+        line.push_back(',');
+        append_json(line, sanitize(fault));
+    }
+    std::cout << line << "]}" << std::endl;
+}
+
 int run_importer(ImporterOptions options) {
     if (options.first.empty() != options.last.empty()) throw UsageError("--debut et --fin vont ensemble");
     if (!options.first.empty()) {
@@ -25,12 +39,21 @@ int run_importer(ImporterOptions options) {
     }
     if (std::string fault = fault_of_options(options.fec); !fault.empty()) throw UsageError(fault);
     FecSummary summary;
+    std::error_code ignored;
+    const auto import = [&](Store& store) {
+        ProgressBar bar(options.fec.trial ? "essai" : "importation");
+        summary = import_fec(store, options.fec, bar.sink());
+    };
     try {
-        fill_embedded_store(options.base, [&](Store& store) {
-            ProgressBar bar("importation");
-            summary = import_fec(store, options.fec, bar.sink());
-        });
+        // A trial for a base that is still to come makes none.
+        if (!options.fec.trial)
+            fill_embedded_store(options.base, import);
+        else if (std::filesystem::exists(options.base, ignored))
+            import(*open_embedded_store(options.base, OpenMode::must_exist));
+        else
+            import(*make_memory_store());
     } catch (const BadInput& bad) {
+        if (options.fec.trial) tell_refusals(bad);
         complain(bad.text());
         for (const std::string& fault : bad.others())
             complain(fault);
@@ -64,6 +87,9 @@ void add_importer(CLI::App& app, Run& run) {
     command->add_flag("--auxiliaires", options->fec.auxiliaries, "Un compte pour chaque tiers");
     command->add_flag("--hors-bornes", options->fec.outside_bounds,
                       "Laisse de côté les lignes hors des trois exercices");
+    command->add_flag("--essai", options->fec.trial,
+                      "Montre ce que l'importation ferait (exercices, journaux, comptes, lettrage, totaux, "
+                      "remarques, refus) et ne change rien");
     command->add_flag("--meme-entite", options->fec.same_entity,
                       "Prend aussi un fichier dont le nom est celui d'une autre entreprise (SIREN)");
     finish_options(*command);

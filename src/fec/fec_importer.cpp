@@ -104,7 +104,9 @@ class Import {
 public:
     Import(Store& store, const FecOptions& options, const std::function<void(double)>& progress)
         : progress_(progress), shared_{store, options, CodeBook(store, options.entity),
-                                       LedgerWriter(store, options.entity), std::nullopt} {}
+                                       LedgerWriter(store, options.entity), std::nullopt} {
+        if (options.trial) shared_.plan = &plan_.emplace();
+    }
 
     FecSummary run() {
         settle_known_years();
@@ -277,6 +279,7 @@ private:
         told.debit = std::to_string(total_.debit);
         told.credit = std::to_string(total_.credit);
         told.remarks = std::move(remarks_);
+        told.plan = std::move(plan_);
         if (!shared_.years) return told;
         // A file that the base has already tells where its bounds came from then.
         const FiscalYears& years = shared_.years->years;
@@ -294,6 +297,7 @@ private:
     }
 
     const std::function<void(double)>& progress_;
+    std::optional<FecPlan> plan_; // of a trial; before the state, which points to it
     FecImportState shared_;
     std::vector<LookedAt> looked_at_; // beforehand, when a correction asked for them
     std::set<std::string> taken_;
@@ -302,6 +306,31 @@ private:
     FecOutcome total_;
     std::vector<std::string> remarks_;
 };
+
+void append_codes(std::string& out, std::string_view name, const std::vector<FecPlan::Code>& codes) {
+    append_json(out, name);
+    out.append(":[");
+    for (std::size_t i = 0; i < codes.size(); ++i) {
+        out.append(i > 0 ? ",{\"nom\":" : "{\"nom\":");
+        append_json(out, codes[i].name);
+        out.append(",\"code\":");
+        append_json(out, codes[i].code);
+        out.append(",\"libelle\":");
+        append_json(out, codes[i].label);
+        out.push_back('}');
+    }
+    out.push_back(']');
+}
+
+void append_plan(std::string& out, const FecPlan& plan) {
+    out.append(",\"plan\":{");
+    append_codes(out, "journaux", plan.journals);
+    out.push_back(',');
+    append_codes(out, "comptes", plan.accounts);
+    out.append(",\"lettrage\":{\"remplaces\":" + std::to_string(plan.lettering_replaced) + ",\"exemple\":");
+    append_json(out, plan.lettering_example);
+    out.append("}}");
+}
 
 } // namespace
 
@@ -349,8 +378,9 @@ std::string FecSummary::to_json() const {
         if (i > 0) out.push_back(',');
         append_json(out, remarks[i]);
     }
-    out.append("]}");
-    return out;
+    out.push_back(']');
+    if (plan) append_plan(out, *plan);
+    return out + "}";
 }
 
 std::string fault_of_options(const FecOptions& options) {
@@ -381,7 +411,7 @@ FecSummary import_fec(Store& store, const FecOptions& options,
         throw BadInput("", 0, std::move(fault));
     Transaction transaction(store);
     FecSummary summary = Import(store, options, progress).run();
-    transaction.commit();
+    if (!options.trial) transaction.commit();
     return summary;
 }
 

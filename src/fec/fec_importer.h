@@ -27,6 +27,7 @@ struct FecOptions {
     bool auxiliaries = false;    // third parties get accounts of their own below "40" and "41"
     bool outside_bounds = false; // lines outside the three years are left out and counted
     bool same_entity = false;    // files that name another company belong to the entity all the same
+    bool trial = false;          // everything is tried and nothing written; the summary has the plan
 };
 
 // One of the three years: its bounds, where they come from ("options", "base", "nom du fichier",
@@ -36,6 +37,19 @@ struct FecYear {
     std::int64_t last_day = 0;
     std::string source;
     LineSums taken;
+};
+
+// What becomes of the codes of the files: each journal and account in the order of its first line.
+struct FecPlan {
+    struct Code {
+        std::string name;  // in the file
+        std::string code;  // in the base
+        std::string label; // of the file
+    };
+    std::vector<Code> journals;
+    std::vector<Code> accounts;
+    std::uint64_t lettering_replaced = 0; // lettering codes that others stand for
+    std::string lettering_example;        // "AACM en MC"; "" for none
 };
 
 // What the files stand for. Counts are of the files, not of what was new to the base.
@@ -51,6 +65,7 @@ struct FecSummary {
     std::array<FecYear, 3> years;     // N - 1, N, N + 1
     LineSums taken;                   // of the lines that were not left out
     std::vector<std::string> remarks; // in French: what was altered or is odd
+    std::optional<FecPlan> plan;      // of a trial
 
     // One line of JSON, with the French names of the command line, without a line end.
     [[nodiscard]] std::string to_json() const;

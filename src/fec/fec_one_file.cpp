@@ -145,6 +145,7 @@ public:
         write();
         finish_drafts();
         write_labels();
+        if (shared_.plan != nullptr) tell_plan(*shared_.plan);
         outcome_.remarks = remarks_.list();
         return std::move(outcome_);
     }
@@ -581,6 +582,15 @@ private:
             if (journal.taken) write_label(files::JOURNAL, "journal ", journal.code, journal.label);
         for (const Account& account : accounts_)
             write_label(files::PLANCOMPTABLE, "compte ", account.number, account.label);
+    }
+
+    void tell_plan(FecPlan& plan) const {
+        for (const Journal& journal : journals_)
+            if (journal.taken) plan.journals.push_back({journal.name, journal.code, journal.label.kept});
+        for (const Account& account : accounts_)
+            plan.accounts.push_back({account.name.number, account.number, account.label.kept});
+        plan.lettering_replaced += lettering_.replaced();
+        if (plan.lettering_example.empty()) plan.lettering_example = lettering_.example();
     }
 
     // A label that the base has already stays.

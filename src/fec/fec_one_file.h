@@ -21,6 +21,7 @@ struct FecImportState {
     LedgerWriter ledger;
     std::optional<SourcedYears> years; // known beforehand, or worked out from the first file
     bool years_of_this_call = false;   // worked out from an earlier file of the same call
+    FecPlan* plan = nullptr;           // takes what becomes of the codes, when it is asked for
 };
 
 // Writes everything of one file but the balances, which wait for the last file, and the entity's own records.

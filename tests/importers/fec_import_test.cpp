@@ -129,6 +129,27 @@ TEST(Import, a_company_is_not_mixed_with_another_by_mistake) {
     EXPECT_EQ(facts->years->last_day, *day_of_digits("20241231"));
 }
 
+TEST(Import, a_trial_tells_the_plan_and_changes_nothing) {
+    Trial trial;
+    const ScratchFile file(fec({{.journal = "ACH", .debit = "5", .lettering = "AAB"},
+                                {.journal = "ACH", .account = "401DURANDETFILS", .credit = "5"}}));
+    trial.options.trial = true;
+    FecSummary tried = trial.import({file.path()});
+    EXPECT_TRUE(snapshot(*trial.store).empty());
+    ASSERT_TRUE(tried.plan);
+    EXPECT_EQ(tried.plan->journals.front().name + tried.plan->journals.front().code, "ACHAC");
+    EXPECT_EQ(tried.plan->accounts[1].name, "401DURANDETFILS");
+    EXPECT_EQ(tried.plan->lettering_replaced, 1U);
+    EXPECT_NE(
+        tried.to_json().find(R"("plan":{"journaux":[{"nom":"ACH","code":"AC","libelle":"Journal ACH"}])"),
+        std::string::npos);
+    const std::string account = tried.plan->accounts[1].code;
+    trial.options.trial = false;
+    tried.plan.reset();
+    EXPECT_EQ(trial.import({file.path()}).to_json(), tried.to_json());
+    EXPECT_NE(trial.record(files::PLANCOMPTABLE, "001" + account).text(), "none");
+}
+
 TEST(Import, lines_beyond_32767_open_a_block) {
     std::vector<FecLine> lines(70'000, FecLine{.debit = "1"});
     for (std::size_t i = 1; i < lines.size(); i += 2)
