@@ -5,10 +5,10 @@
 // The input is a row of patches, each: page (1 byte, beyond the end too), offset in the page (2 bytes, the
 // higher first), count (1 byte), that many bytes.
 #include "fuzz/target.h"
-#include "importers/base_check.h"
 #include "platform/failures.h"
 #include "store/page_guard.h"
 #include "store/store.h"
+#include "support/base_check.h"
 
 #include <algorithm>
 #include <cstring>

@@ -3,9 +3,9 @@
 // where no record is damaged, or a text page that depends on how its texts were fed.
 #include "data/dyn_array.h"
 #include "fuzz/target.h"
-#include "importers/base_check.h"
 #include "output/surfaces.h"
 #include "platform/text.h"
+#include "support/base_check.h"
 #include "support/edition_check.h"
 
 namespace corvalissement::fuzz {

@@ -3,8 +3,8 @@
 // the same as none. The first byte chooses the options.
 #include "fec/fec_importer.h"
 #include "fuzz/target.h"
-#include "importers/base_check.h"
 #include "records/bad_input.h"
+#include "support/base_check.h"
 
 namespace {
 

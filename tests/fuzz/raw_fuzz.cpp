@@ -1,9 +1,9 @@
 // Any bytes as raw records. A fault is: any failure but bad input, a base changed by refused input, or a
 // base that is another one after extract and load.
 #include "fuzz/target.h"
-#include "importers/base_check.h"
 #include "records/bad_input.h"
 #include "records/raw_records.h"
+#include "support/base_check.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace corvalissement;

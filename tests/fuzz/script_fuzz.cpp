@@ -5,8 +5,8 @@
 #include "commands/session.h"
 #include "fuzz/target.h"
 #include "host/scripted_host.h"
-#include "importers/base_check.h"
 #include "records/raw_records.h"
+#include "support/base_check.h"
 #include "support/recording.h"
 #include "support/small_base.h"
 

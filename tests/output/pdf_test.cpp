@@ -3,9 +3,9 @@
 #define POINTERHOLDER_TRANSITION 4
 
 #include "output/cells.h"
-#include "output/scratch.h"
 #include "output/surfaces.h"
 #include "platform/text.h"
+#include "support/output_trial.h"
 
 #include <algorithm>
 #include <array>

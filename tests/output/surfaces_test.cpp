@@ -1,6 +1,6 @@
 #include "output/surfaces.h"
 
-#include "output/scratch.h"
+#include "support/output_trial.h"
 
 #include <functional>
 #include <limits>

@@ -2,7 +2,7 @@
 #include "commands/session.h"
 
 #include "data/keys.h"
-#include "scratch.h"
+#include "support/store_trial.h"
 
 namespace corvalissement {
 namespace {

@@ -1,7 +1,7 @@
 // What the file of a base has to stand: other files in its place, damage, full disks, kills, other
 // processes.
-#include "scratch.h"
 #include "store/page_guard.h"
+#include "support/store_trial.h"
 
 #include <csignal>
 #include <cstring>

@@ -1,5 +1,5 @@
 // What files found in the wild look like, and what cannot be taken.
-#include "importers/fec_trial.h"
+#include "fec/fec_trial.h"
 
 #include <sstream>
 

@@ -7,8 +7,8 @@
 #include "host/printers.h"
 #include "launch/server_edition.h"
 #include "made_up/made_up_base.h"
-#include "scratch.h"
 #include "support/small_base.h"
+#include "support/store_trial.h"
 
 #include <sys/stat.h>
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "fec/fec_importer.h"
-#include "importers/base_check.h"
 #include "records/bad_input.h"
+#include "support/base_check.h"
 
 #include <filesystem>
 #include <fstream>

@@ -4,7 +4,7 @@
 #include "data/tarvex.h"
 #include "query/query_lexer.h"
 #include "query/query_run.h"
-#include "scratch.h"
+#include "support/store_trial.h"
 
 namespace corvalissement {
 namespace {

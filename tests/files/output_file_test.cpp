@@ -1,6 +1,6 @@
 #include "files/output_file.h"
 
-#include "output/scratch.h"
+#include "support/output_trial.h"
 
 #include <ctime>
 #include <fcntl.h>

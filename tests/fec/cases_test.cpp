@@ -2,7 +2,7 @@
 // the file; `cas/NAME.attendu` the summary and every record but the importer's own, or the refusal. With
 // UPDATE_GOLDEN=1 the expected files are written anew, to be read before they stay.
 #include "data/util_object.h"
-#include "importers/fec_trial.h"
+#include "fec/fec_trial.h"
 #include "records/raw_records.h"
 #include "support/scratch.h"
 
@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path FOLDER = fs::path(TESTS_DIR) / "importers" / "cas";
+const fs::path FOLDER = fs::path(TESTS_DIR) / "fec" / "cas";
 
 std::vector<std::string> names() {
     std::vector<std::string> names;

@@ -1,7 +1,7 @@
 // What a FEC becomes in a base, and what a second one adds.
 #include "fec/entity_records.h"
 #include "fec/fec_codes.h"
-#include "importers/fec_trial.h"
+#include "fec/fec_trial.h"
 
 #include <nlohmann/json.hpp>
 

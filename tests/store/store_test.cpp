@@ -1,5 +1,5 @@
 // What holds for every engine, against plain maps; run on the engine in memory and on the embedded one.
-#include "scratch.h"
+#include "support/store_trial.h"
 
 #include <memory>
 #include <random>

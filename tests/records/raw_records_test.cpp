@@ -1,7 +1,7 @@
 #include "records/raw_records.h"
 
-#include "importers/base_check.h"
 #include "records/bad_input.h"
+#include "support/base_check.h"
 
 #include <gtest/gtest.h>
 #include <sstream>
