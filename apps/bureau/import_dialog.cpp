@@ -35,7 +35,7 @@ QString count(std::uint64_t number) {
     return QLocale(QLocale::French).toString(static_cast<qulonglong>(number));
 }
 
-constexpr std::array<const char*, 3> YEARS{"N - 1", "N", "N + 1"}; // by BookedPeriod
+constexpr std::array<const char*, 3> YEARS{"N - 1", "N", "N + 1"}; // by Exercice
 
 QString told_year(std::size_t number, std::int64_t first_day, std::int64_t last_day) {
     return QObject::tr("Exercice %1 du %2 au %3")
@@ -54,7 +54,7 @@ QString told_entity(const QString& code, const EntityFacts& facts) {
         text += QObject::tr(", entreprise %1").arg(shown_text(company));
     for (std::size_t i = 0; i < facts.totals.size(); ++i) {
         if (facts.totals[i].lines == 0 && (i != 1 || !facts.years)) continue;
-        const auto [first, last] = facts.years ? facts.years->bounds_of(static_cast<BookedPeriod>(i))
+        const auto [first, last] = facts.years ? facts.years->bounds_of(static_cast<Exercice>(i))
                                                : std::pair<std::int64_t, std::int64_t>();
         text += QLatin1Char('\n') +
                 (facts.years ? told_year(i, first, last)

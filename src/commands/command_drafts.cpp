@@ -2,6 +2,7 @@
 
 #include "commands/drafts_in_use.h"
 #include "commands/session.h"
+#include "data/balance_record.h"
 #include "data/dyn_array.h"
 #include "data/keys.h"
 #include "data/util_object.h"
@@ -102,11 +103,17 @@ private:
     void copy_line(const std::string& line, const std::string& sequence, std::string record) {
         const std::string_view number = std::string_view(line).substr(sequence.size());
         if (char_count(number) != LINE_CHARS) refuse_line(line, "le numéro de ligne n'a pas 5 caractères");
-        const std::string_view year = chars(sequence, 6, 2);
-        std::string key(chars(sequence, 1, 5)); // entity and journal
-        key.append("N").append(chars(sequence, 8, 1)).append(number).append(year);
+        const SequenceKey from = SequenceKey::of(sequence);
+        std::string key;
+        // The order number stands where nobody reads, and keeps the sequences apart.
+        key.append(from.entity)
+            .append(from.journal)
+            .append("N")
+            .append(from.order)
+            .append(number)
+            .append(from.year);
         store_.write(entries_, key, record);
-        gather(line, year, std::move(key), DynArray(std::move(record)));
+        gather(line, from.year, std::move(key), DynArray(std::move(record)));
     }
 
     void gather(const std::string& line, std::string_view year, std::string key, const DynArray& record) {
@@ -151,11 +158,7 @@ private:
             DynArray::append_value(keys, entry.key, first);
         }
         DynArray record;
-        record.set(balance::TOTAL_DEBIT, std::to_string(balance.debit));
-        record.set(balance::TOTAL_CREDIT, std::to_string(balance.credit));
-        record.set(balance::SOLDE, std::to_string(solde));
-        record.set(balance::DATES, dates);
-        record.set(balance::ENTRIES, keys);
+        set_balance(record, {balance.debit, balance.credit, solde}, dates, keys);
         store_.write(balances_, key, record.text());
     }
 

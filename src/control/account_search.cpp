@@ -131,7 +131,7 @@ void AccountSearch::add_label_row() {
 }
 
 void AccountSearch::take_account(std::size_t i) {
-    fields_.number.set_text(std::string(account_number(found_(i, 1))));
+    fields_.number.set_text(std::string(BalanceKey::of(found_(i, 1)).number));
 }
 
 void AccountSearch::search_by_number() {
@@ -164,7 +164,7 @@ void AccountSearch::search_by_number() {
         for (std::size_t i = 1; i <= n; ++i) {
             // A chart record that cannot be read leaves the label of the one before in the row.
             skip(view_.host().skipped_failures(), search_name_,
-                 [&] { read_chart(account_key(found_(i, 1))); });
+                 [&] { read_chart(BalanceKey::account_in(found_(i, 1))); });
             add_label_row();
         }
         busy.end();
@@ -202,12 +202,12 @@ void AccountSearch::search_by_label() {
     const std::size_t n = found_.DCount() - 1;
     if (n > 1) {
         for (std::size_t i = 1; i <= n; ++i) {
-            read_chart(account_key(found_(i, 1)));
+            read_chart(BalanceKey::account_in(found_(i, 1)));
             add_label_row();
         }
     } else if (n == 1) {
         // Kept aside, for an account outside the class empties the list.
-        const std::string account(account_key(found_(1, 1)));
+        const std::string account(BalanceKey::account_in(found_(1, 1)));
         take_account(1);
         read_chart(account);
         fields_.label.set_text(std::string(variable_.Files.R_PLANCOMPTABLE(plan::LABEL)));

@@ -37,12 +37,9 @@ void Ctr_Corvalissement::set_previous_year_dates() {
         if (!parse_whole(chars(Txt_DateFin.text(), 4, 2), month) ||
             !parse_whole(chars(Txt_DateFin.text(), 7, 4), year))
             throw StepFailure(ERR_TYPE, "la date de fin n'est pas une date", Txt_DateFin.text());
-        ++month;
-        if (month == 13)
-            month = 1;
-        else
-            --year;
-        Txt_DateDeb.set_text("01/" + two_digits(month) + "/" + std::to_string(year));
+        const CivilDate first =
+            first_day_of_year_ending({static_cast<int>(year), static_cast<int>(month), 1});
+        Txt_DateDeb.set_text("01/" + two_digits(first.month) + "/" + std::to_string(first.year));
     });
     W_DebExercice = Txt_DateDeb.text();
     W_FinExercice = Txt_DateFin.text();

@@ -12,6 +12,10 @@
 
 #include "platform/text.h"
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -36,6 +40,9 @@ inline constexpr std::string_view TABLES = "TABLES";
 inline constexpr std::string_view TEMPO = "TEMPO";
 } // namespace files
 
+// The three years that a base knows. The one before lies in the archive files.
+enum class Exercice : std::uint8_t { precedent, courant, suivant };
+
 // The texts of Cbo_Exer, and the year codes of keys.
 namespace exercice {
 inline constexpr std::string_view PRECEDENT = "N - 1";
@@ -44,6 +51,22 @@ inline constexpr std::string_view SUIVANT = "N + 1";
 inline constexpr std::string_view CODE_N0 = "N0";
 inline constexpr std::string_view CODE_N1 = "N1";
 inline constexpr std::string_view CODE_ARCHIVE_LINE = "N-"; // on the server edition's line only, on no key
+
+inline constexpr std::array TEXTS{PRECEDENT, COURANT, SUIVANT};
+
+[[nodiscard]] constexpr std::string_view text_of(Exercice year) noexcept {
+    return TEXTS[static_cast<std::size_t>(year)];
+}
+// Nothing for a text that names none: the user may have typed one.
+[[nodiscard]] constexpr std::optional<Exercice> named(std::string_view text) noexcept {
+    for (std::size_t i = 0; i < TEXTS.size(); ++i)
+        if (TEXTS[i] == text) return static_cast<Exercice>(i);
+    return std::nullopt;
+}
+// In a key. The archive files need no code of their own.
+[[nodiscard]] constexpr std::string_view code_of(Exercice year) noexcept {
+    return year == Exercice::suivant ? CODE_N1 : CODE_N0;
+}
 } // namespace exercice
 
 namespace association {
@@ -95,29 +118,64 @@ inline constexpr std::size_t TOTAL_DEBIT = 2;
 inline constexpr std::size_t TOTAL_CREDIT = 3;
 } // namespace brouillard
 
-// Parts of a balance key.
-[[nodiscard]] inline std::string_view year_code(std::string_view balance_key) {
-    return chars(balance_key, 1, 2);
-}
-[[nodiscard]] inline std::string_view account_key(std::string_view balance_key) {
-    return chars(balance_key, 3, 13);
-}
-[[nodiscard]] inline std::string_view account_number(std::string_view balance_key) {
-    return chars(balance_key, 6, 10);
-}
+// Keys taken apart and put together. Parts are views; those of `of` belong to the key given, whose parts
+// beyond its end are "".
 
-// Parts of an account key.
-[[nodiscard]] inline std::string_view number_of_account_key(std::string_view key) {
-    return chars(key, 4, 10);
-}
-[[nodiscard]] inline char class_of_account_key(std::string_view key) {
-    const std::string_view c = chars(key, 4, 1);
-    return c.size() == 1 ? c.front() : ' ';
-}
+struct AccountKey {
+    std::string_view entity;
+    std::string_view number;
 
-// Parts of an entry key.
-[[nodiscard]] inline std::string_view journal_of_entry(std::string_view key) { return chars(key, 4, 2); }
-[[nodiscard]] inline std::string_view mark_of_entry(std::string_view key) { return chars(key, 6, 1); }
-[[nodiscard]] inline std::string_view line_of_entry(std::string_view key) { return chars(key, 8, 5); }
+    [[nodiscard]] static AccountKey of(std::string_view key) { return {chars(key, 1, 3), chars(key, 4, 10)}; }
+    [[nodiscard]] std::string text() const { return std::string(entity).append(number); }
+
+    // First character of the number, ' ' for none or one that is no digit of ASCII's kind.
+    [[nodiscard]] char account_class() const {
+        const std::string_view first = chars(number, 1, 1);
+        return first.size() == 1 ? first.front() : ' ';
+    }
+};
+
+struct BalanceKey {
+    std::string_view year;
+    std::string_view entity;
+    std::string_view number;
+
+    [[nodiscard]] static BalanceKey of(std::string_view key) {
+        return {chars(key, 1, 2), chars(key, 3, 3), chars(key, 6, 10)};
+    }
+    [[nodiscard]] std::string text() const { return std::string(year).append(entity).append(number); }
+    // The account key within a balance key: a view of it.
+    [[nodiscard]] static std::string_view account_in(std::string_view key) { return chars(key, 3, 13); }
+};
+
+struct EntryKey {
+    std::string_view entity;
+    std::string_view journal;
+    std::string_view mark; // "N" or another
+    std::string_view line; // 5 digits
+    std::string_view rest; // what keeps the key unique
+
+    [[nodiscard]] static EntryKey of(std::string_view key) {
+        return {chars(key, 1, 3), chars(key, 4, 2), chars(key, 6, 1), chars(key, 8, 5), chars_from(key, 13)};
+    }
+    // `place` is the character that nobody reads.
+    void append_to(std::string& key, char place = '0') const {
+        key.append(entity).append(journal).append(mark).append(1, place).append(line).append(rest);
+    }
+};
+
+struct SequenceKey {
+    std::string_view entity;
+    std::string_view journal;
+    std::string_view year;
+    std::string_view order;
+
+    [[nodiscard]] static SequenceKey of(std::string_view key) {
+        return {chars(key, 1, 3), chars(key, 4, 2), chars(key, 6, 2), chars(key, 8, 1)};
+    }
+    [[nodiscard]] std::string text() const {
+        return std::string(entity).append(journal).append(year).append(order);
+    }
+};
 
 } // namespace corvalissement

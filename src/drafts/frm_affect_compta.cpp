@@ -58,22 +58,22 @@ bool Existe_Dans_Liste(std::string_view row, const std::unordered_set<std::strin
 
 std::string sequence_row(std::string_view key, std::string_view journal_label, std::string_view debit,
                          std::string_view credit) {
-    std::string row = fit_right(chars(key, 4, 2), 2) + "  ";
+    const SequenceKey sequence = SequenceKey::of(key);
+    std::string row = fit_right(sequence.journal, 2) + "  ";
     row += pad_right(chars(journal_label, 1, LABEL_CHARS), LABEL_WIDTH);
     row += amount_column(debit);
     row += amount_column(credit);
-    row += chars(key, 6, 2) == exercice::CODE_N0 ? " N     " : " N + 1 ";
+    row += sequence.year == exercice::CODE_N0 ? " N     " : " N + 1 ";
     row += "  ";
-    row += fit_right(chars(key, 8, 1), 1);
+    row += fit_right(sequence.order, 1);
     return row;
 }
 
 std::string sequence_key(std::string_view entity, std::string_view row) {
-    std::string key(chars(entity, 1, 3));
-    key += chars(row, 1, 2);
-    key += chars(row, YEAR_POSITION, YEAR_CHARS) == exercice::SUIVANT ? exercice::CODE_N1 : exercice::CODE_N0;
-    key += chars(row, ORDER_POSITION, 1);
-    return key;
+    const bool next = chars(row, YEAR_POSITION, YEAR_CHARS) == exercice::SUIVANT;
+    return SequenceKey{chars(entity, 1, 3), chars(row, 1, 2), next ? exercice::CODE_N1 : exercice::CODE_N0,
+                       chars(row, ORDER_POSITION, 1)}
+        .text();
 }
 
 Frm_AffectCompta::Frm_AffectCompta(HostServices& host, Variable& variable)

@@ -62,10 +62,10 @@ private:
 
     [[nodiscard]] bool has_draft() const { return !edition_.W_ListeBalanceTempo(d_, 1).empty(); }
     [[nodiscard]] std::string_view draft_account() const {
-        return account_number(edition_.W_ListeBalanceTempo(d_, 1));
+        return BalanceKey::of(edition_.W_ListeBalanceTempo(d_, 1)).number;
     }
     [[nodiscard]] std::string_view ledger_account(std::size_t position) const {
-        return account_number(edition_.W_ListeBalance(position, 1));
+        return BalanceKey::of(edition_.W_ListeBalance(position, 1)).number;
     }
 
     // The ledger key at l and, when the next key is the same account under the other year code, that one too.

@@ -31,7 +31,7 @@ void note_company(Store& store, std::string_view entity, const std::string& comp
 struct EntityFacts {
     std::string name;
     std::optional<FiscalYears> years;
-    std::array<LineSums, 3> totals{}; // by BookedPeriod; lines of entries, drafts not among them
+    std::array<LineSums, 3> totals{}; // by Exercice; lines of entries, drafts not among them
     std::uint64_t draft_lines = 0;
     std::size_t files = 0;
     std::vector<std::string> companies;

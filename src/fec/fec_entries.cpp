@@ -15,7 +15,7 @@ bool UnbalancedEntry::is_split() const noexcept {
     return std::count_if(nets.begin(), nets.end(), [](std::int64_t net) { return net != 0; }) > 1;
 }
 
-void BalanceWatch::add(std::size_t number, std::optional<BookedPeriod> period, const FecRow& row) {
+void BalanceWatch::add(std::size_t number, std::optional<Exercice> period, const FecRow& row) {
     if (number >= journals_.size()) journals_.resize(number + 1);
     Journal& journal = journals_[number];
     if (period) add_to_run(journal.all, *period, row);
@@ -35,7 +35,7 @@ void BalanceWatch::add(std::size_t number, std::optional<BookedPeriod> period, c
     journal.current.nets[period ? static_cast<std::size_t>(*period) : OUTSIDE] += row.net();
 }
 
-void BalanceWatch::add_to_run(Run& run, BookedPeriod period, const FecRow& row) {
+void BalanceWatch::add_to_run(Run& run, Exercice period, const FecRow& row) {
     if (run.net != 0 && run.date != row.date) end_run(run);
     if (run.net == 0) {
         run.date = row.date;
@@ -115,7 +115,7 @@ UnbalancedEntries BalanceWatch::unbalanced(std::size_t number) {
     return result;
 }
 
-std::size_t DraftEntries::add(std::size_t journal, BookedPeriod period, const FecRow& row) {
+std::size_t DraftEntries::add(std::size_t journal, Exercice period, const FecRow& row) {
     const std::size_t number = entry_of(journal, period, row);
     Entry& entry = entries_[number];
     ++entry.lines;
@@ -124,15 +124,15 @@ std::size_t DraftEntries::add(std::size_t journal, BookedPeriod period, const Fe
     return number;
 }
 
-std::size_t DraftEntries::open_entry(std::size_t journal, BookedPeriod period, const FecRow& row) {
+std::size_t DraftEntries::open_entry(std::size_t journal, Exercice period, const FecRow& row) {
     entries_.push_back({journal, period, std::string(row.number), row.line, 0, 0, 0});
     return entries_.size() - 1;
 }
 
-std::size_t DraftEntries::entry_of(std::size_t journal, BookedPeriod period, const FecRow& row) {
+std::size_t DraftEntries::entry_of(std::size_t journal, Exercice period, const FecRow& row) {
     const bool useless = journal < unnumbered_.size() && unnumbered_[journal];
     if (useless || no_number(row.number)) return entry_of_run(journal, period, row);
-    key_ = std::to_string(journal) + (period == BookedPeriod::next ? "+" : ".");
+    key_ = std::to_string(journal) + (period == Exercice::suivant ? "+" : ".");
     key_.append(row.number);
     const auto [at, fresh] = numbered_.try_emplace(key_, entries_.size());
     if (fresh) (void)open_entry(journal, period, row);
@@ -140,7 +140,7 @@ std::size_t DraftEntries::entry_of(std::size_t journal, BookedPeriod period, con
 }
 
 // A line of zero behind a run that is settled belongs to it, if the date is the same.
-std::size_t DraftEntries::entry_of_run(std::size_t journal, BookedPeriod period, const FecRow& row) {
+std::size_t DraftEntries::entry_of_run(std::size_t journal, Exercice period, const FecRow& row) {
     const std::size_t place = journal * 3 + static_cast<std::size_t>(period);
     if (place >= runs_.size()) runs_.resize(place + 1);
     Run& run = runs_[place];
@@ -229,7 +229,8 @@ DraftPlan plan_drafts(const Entries& entries, const std::string& path, const std
     std::map<std::string, std::pair<std::vector<std::size_t>, std::vector<std::size_t>>> years;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const auto& entry = entries[i];
-        auto& year = years[entity + journal_codes[entry.journal] + std::string(year_code_of(entry.period))];
+        auto& year =
+            years[entity + journal_codes[entry.journal] + std::string(exercice::code_of(entry.period))];
         (entry.debit == entry.credit ? year.first : year.second).push_back(i);
     }
     DraftPlan plan;

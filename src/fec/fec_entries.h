@@ -18,7 +18,7 @@
 
 namespace corvalissement {
 
-// Debit less credit in each of the three years, by BookedPeriod, and last of the lines outside them.
+// Debit less credit in each of the three years, by Exercice, and last of the lines outside them.
 using PeriodNets = std::array<std::int64_t, 4>;
 inline constexpr std::size_t OUTSIDE = 3;
 
@@ -45,7 +45,7 @@ struct UnbalancedEntries {
 class BalanceWatch {
 public:
     // Lines outside the three years (`period` empty) are left out, and watched for the entries they break.
-    void add(std::size_t journal, std::optional<BookedPeriod> period, const FecRow& row);
+    void add(std::size_t journal, std::optional<Exercice> period, const FecRow& row);
 
     // The two below are answered once the last line was added.
     // By journal: true when every line has a number of its own, so that numbers make no entries.
@@ -80,7 +80,7 @@ private:
         Run all;   // all lines
     };
 
-    static void add_to_run(Run& run, BookedPeriod period, const FecRow& row);
+    static void add_to_run(Run& run, Exercice period, const FecRow& row);
     static void end_run(Run& run);
     static void tell(Run& run, UnbalancedEntries& entries);
     static void close_number(Journal& journal);
@@ -97,7 +97,7 @@ class DraftEntries {
 public:
     struct Entry {
         std::size_t journal = 0;
-        BookedPeriod period = BookedPeriod::current;
+        Exercice period = Exercice::courant;
         std::string number;
         std::uint64_t first_line = 0;
         std::uint64_t lines = 0;
@@ -108,7 +108,7 @@ public:
     explicit DraftEntries(std::vector<bool> unnumbered) : unnumbered_(std::move(unnumbered)) {}
 
     // The number of the entry, counted from 0 in the order of first lines.
-    std::size_t add(std::size_t journal, BookedPeriod period, const FecRow& row);
+    std::size_t add(std::size_t journal, Exercice period, const FecRow& row);
     [[nodiscard]] const std::vector<Entry>& entries() const noexcept { return entries_; }
 
 private:
@@ -119,9 +119,9 @@ private:
         bool begun = false;
     };
 
-    std::size_t entry_of(std::size_t journal, BookedPeriod period, const FecRow& row);
-    std::size_t entry_of_run(std::size_t journal, BookedPeriod period, const FecRow& row);
-    std::size_t open_entry(std::size_t journal, BookedPeriod period, const FecRow& row);
+    std::size_t entry_of(std::size_t journal, Exercice period, const FecRow& row);
+    std::size_t entry_of_run(std::size_t journal, Exercice period, const FecRow& row);
+    std::size_t open_entry(std::size_t journal, Exercice period, const FecRow& row);
 
     std::vector<bool> unnumbered_;
     std::vector<Entry> entries_;

@@ -286,8 +286,7 @@ private:
         const bool same = total_.years && total_.years->years.first_day == years.first_day &&
                           total_.years->years.last_day == years.last_day;
         const YearSource source = same ? total_.years->source : shared_.years->source;
-        for (const BookedPeriod period :
-             {BookedPeriod::previous, BookedPeriod::current, BookedPeriod::next}) {
+        for (const Exercice period : {Exercice::precedent, Exercice::courant, Exercice::suivant}) {
             const auto i = static_cast<std::size_t>(period);
             const auto [first, last] = years.bounds_of(period);
             told.years[i] = {first, last, std::string(name_of(source)), total_.taken[i]};

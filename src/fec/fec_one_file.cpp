@@ -95,7 +95,7 @@ struct Account {
     std::string number;
     Label label;
     std::size_t id = 0;           // at the ledger writer
-    std::array<bool, 3> drafts{}; // by BookedPeriod
+    std::array<bool, 3> drafts{}; // by Exercice
 };
 
 // One file on its way into the base. The plan pass looks at every line; with its answers (codes, entries) the
@@ -132,8 +132,8 @@ public:
     }
 
     [[nodiscard]] bool lies_in_year_n() const {
-        return evidence_.empty() || (period_of(evidence_.earliest()) == BookedPeriod::current &&
-                                     period_of(evidence_.latest()) == BookedPeriod::current);
+        return evidence_.empty() || (period_of(evidence_.earliest()) == Exercice::courant &&
+                                     period_of(evidence_.latest()) == Exercice::courant);
     }
 
     // The rest. REQUIRES the plan, made with the years, or one that lies in year N as a whole.
@@ -190,7 +190,7 @@ private:
         return shared_.years->guessed() && shared_.years_of_this_call;
     }
 
-    [[nodiscard]] std::optional<BookedPeriod> period_of(std::int64_t day) const {
+    [[nodiscard]] std::optional<Exercice> period_of(std::int64_t day) const {
         return shared_.years->years.period_of(day);
     }
 
@@ -199,7 +199,7 @@ private:
         FecRow row;
         while (next_sound(rows, row)) {
             count(row);
-            const auto period = shared_.years ? period_of(row.date) : BookedPeriod::current;
+            const auto period = shared_.years ? period_of(row.date) : Exercice::courant;
             const std::size_t journal = see_journal(row);
             evidence_.add(journal, row);
             watch_.add(journal, period, row);
@@ -267,10 +267,10 @@ private:
     void note_years() {
         outcome_.years = shared_.years;
         if (guessed_elsewhere()) outcome_.years->source = YearSource::base;
-        constexpr std::pair<BookedPeriod, std::string_view> PERIODS[] = {
-            {BookedPeriod::previous, exercice::PRECEDENT},
-            {BookedPeriod::current, exercice::COURANT},
-            {BookedPeriod::next, exercice::SUIVANT}};
+        constexpr std::pair<Exercice, std::string_view> PERIODS[] = {
+            {Exercice::precedent, exercice::PRECEDENT},
+            {Exercice::courant, exercice::COURANT},
+            {Exercice::suivant, exercice::SUIVANT}};
         LineSums taken;
         for (const auto& [period, name] : PERIODS) {
             const auto [first, last] = shared_.years->years.bounds_of(period);
@@ -278,7 +278,7 @@ private:
             outcome_.taken[static_cast<std::size_t>(period)] = sums;
             taken = {taken.lines + sums.lines, taken.debit + sums.debit, taken.credit + sums.credit};
             const std::string year = "l'exercice " + std::string(name) + ", " + text_of(first, last);
-            if (period != BookedPeriod::current && sums.lines > 0)
+            if (period != Exercice::courant && sums.lines > 0)
                 remarks_.add("", counted(sums.lines, "ligne va", "lignes vont") + " à " + year +
                                      ", la première à la ligne " +
                                      std::to_string(evidence_.first_line(first, last)));
@@ -423,8 +423,8 @@ private:
                      name + " coupée par les bornes des exercices : débit moins crédit" + parts);
     }
 
-    [[nodiscard]] bool is_draft(const FecRow& row, BookedPeriod period) const {
-        return options_.drafts && !row.validated && period != BookedPeriod::previous;
+    [[nodiscard]] bool is_draft(const FecRow& row, Exercice period) const {
+        return options_.drafts && !row.validated && period != Exercice::precedent;
     }
 
     void plan_draft_sequences() {
@@ -480,7 +480,7 @@ private:
             const std::size_t journal = number_of_journal(row);
             const std::size_t account = account_numbers_.find(identity_of(row));
             if (journal == TextNumbers::NONE || account == TextNumbers::NONE) file_changed(row.line);
-            if (options_.drafts && !row.validated && *period == BookedPeriod::previous) ++archived_drafts;
+            if (options_.drafts && !row.validated && *period == Exercice::precedent) ++archived_drafts;
             if (is_draft(row, *period)) {
                 write_draft(row, *period, journal, account);
             } else {
@@ -510,7 +510,7 @@ private:
         return text;
     }
 
-    void write_entry(const FecRow& row, BookedPeriod period, std::size_t journal, std::size_t account) {
+    void write_entry(const FecRow& row, Exercice period, std::size_t journal, std::size_t account) {
         try {
             shared_.ledger.add(period, journals_[journal].number, accounts_[account].id,
                                text_of_row(row, account));
@@ -521,7 +521,7 @@ private:
         ++outcome_.entries;
     }
 
-    void write_draft(const FecRow& row, BookedPeriod period, std::size_t journal, std::size_t account) {
+    void write_draft(const FecRow& row, Exercice period, std::size_t journal, std::size_t account) {
         const std::size_t entry = drafts_ ? drafts_->entries.add(journal, period, row) : TextNumbers::NONE;
         if (entry >= (drafts_ ? drafts_->plan.sequence_of_entry.size() : 0)) file_changed(row.line);
         const std::size_t sequence = drafts_->plan.sequence_of_entry[entry];
@@ -551,13 +551,13 @@ private:
         if (lines > 0)
             remarks_.add("", counted(lines, "ligne", "lignes") + " sans date de validation dans " +
                                  counted(outcome_.drafts, "séquence", "séquences") + " de brouillard");
-        note_drafts_without_ledger(BookedPeriod::current, exercice::COURANT);
-        note_drafts_without_ledger(BookedPeriod::next, exercice::SUIVANT);
+        note_drafts_without_ledger(Exercice::courant, exercice::COURANT);
+        note_drafts_without_ledger(Exercice::suivant, exercice::SUIVANT);
     }
 
     // An edition walks the ledger's accounts and takes drafts in as it goes; account fields refuse an account
     // that has no balance in the year.
-    void note_drafts_without_ledger(BookedPeriod period, std::string_view year) {
+    void note_drafts_without_ledger(Exercice period, std::string_view year) {
         std::string numbers;
         std::uint64_t count = 0;
         for (const Account& account : accounts_) {

@@ -26,7 +26,7 @@ struct FecOutcome {
     std::set<std::string> accounts;
     std::set<std::string> journals;
     std::vector<std::string> remarks;
-    // The years that it was taken by, and what each of them got, by BookedPeriod. Nothing in a base that was
+    // The years that it was taken by, and what each of them got, by Exercice. Nothing in a base that was
     // filled before these were kept.
     std::optional<SourcedYears> years;
     std::array<LineSums, 3> taken{};

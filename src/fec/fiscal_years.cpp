@@ -27,24 +27,28 @@ std::int64_t add_months(std::int64_t day, int months) {
 
 std::int64_t first_of_month(std::int64_t day) { return day - civil(day).day + 1; }
 
-std::int64_t FiscalYears::first_day_before() const { return add_months(first_of_month(first_day - 1), -11); }
+std::int64_t FiscalYears::first_day_before() const {
+    std::int64_t day = 0;
+    static_cast<void>(day_from_civil(first_day_of_year_ending(civil(first_day - 1)), day));
+    return day;
+}
 
 std::int64_t FiscalYears::last_day_after() const {
     return known_end_of_next ? *known_end_of_next : add_months(last_day + 1, 12) - 1;
 }
 
-std::optional<BookedPeriod> FiscalYears::period_of(std::int64_t day) const {
-    if (day >= first_day && day <= last_day) return BookedPeriod::current;
-    if (day > last_day && day <= last_day_after()) return BookedPeriod::next;
-    if (day < first_day && day >= first_day_before()) return BookedPeriod::previous;
+std::optional<Exercice> FiscalYears::period_of(std::int64_t day) const {
+    if (day >= first_day && day <= last_day) return Exercice::courant;
+    if (day > last_day && day <= last_day_after()) return Exercice::suivant;
+    if (day < first_day && day >= first_day_before()) return Exercice::precedent;
     return std::nullopt;
 }
 
-std::pair<std::int64_t, std::int64_t> FiscalYears::bounds_of(BookedPeriod period) const {
+std::pair<std::int64_t, std::int64_t> FiscalYears::bounds_of(Exercice period) const {
     switch (period) {
-    case BookedPeriod::previous:
+    case Exercice::precedent:
         return {first_day_before(), first_day - 1};
-    case BookedPeriod::next:
+    case Exercice::suivant:
         return {last_day + 1, last_day_after()};
     default:
         return {first_day, last_day};

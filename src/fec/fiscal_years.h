@@ -30,9 +30,9 @@ struct FiscalYears {
     [[nodiscard]] std::int64_t last_day_after() const;
 
     // Nothing for a day in none of the three years.
-    [[nodiscard]] std::optional<BookedPeriod> period_of(std::int64_t day) const;
+    [[nodiscard]] std::optional<Exercice> period_of(std::int64_t day) const;
     // From the first day to the last of one of the three.
-    [[nodiscard]] std::pair<std::int64_t, std::int64_t> bounds_of(BookedPeriod period) const;
+    [[nodiscard]] std::pair<std::int64_t, std::int64_t> bounds_of(Exercice period) const;
 
     friend bool operator==(const FiscalYears&, const FiscalYears&) = default;
 };

@@ -16,10 +16,10 @@ constexpr std::string_view FILE_MADE_END = " a été généré dans le répertoi
 
 // The list shows two years only: any code but that of year N stands for the year behind it.
 std::string as_shown(std::string_view key) {
-    std::string shown(chars(key, 1, 5));
-    shown += chars(key, 6, 2) == exercice::CODE_N0 ? exercice::CODE_N0 : exercice::CODE_N1;
-    shown += chars_from(key, 8);
-    return shown;
+    SequenceKey shown = SequenceKey::of(key);
+    if (shown.year != exercice::CODE_N0) shown.year = exercice::CODE_N1;
+    shown.order = chars_from(key, 8);
+    return shown.text();
 }
 
 } // namespace

@@ -23,7 +23,7 @@ void EntryLine::print_held() {
 }
 
 bool EntryLine::hold_or_print(const TarvexRecord& entry, std::string_view entry_key) {
-    const char account_class = class_of_account_key(entry(entry::ACCOUNT_KEY));
+    const char account_class = AccountKey::of(entry(entry::ACCOUNT_KEY)).account_class();
     if (account_class != '6' && account_class != '7') {
         compose(line_, entry, entry_key);
         steps_.run(entry_key, [&] { send(line_); });
@@ -48,12 +48,13 @@ bool EntryLine::continues_held(const TarvexRecord& entry, std::string_view entry
     const bool same_side = state.W_SensPrec == "CREDIT" ? !credit.empty() : !debit.empty();
     if (!same_side) return false;
     if (state.W_LignePrec < 0 || state.W_LignePrec == INT16_MAX) return false;
+    const EntryKey key = EntryKey::of(entry_key);
     std::array<char, 5> next{};
     int line_number = state.W_LignePrec + 1;
     for (std::size_t i = next.size(); i-- > 0; line_number /= 10)
         next[i] = static_cast<char>('0' + line_number % 10);
-    return line_of_entry(entry_key) == std::string_view(next.data(), next.size()) &&
-           state.W_PiecePrec == entry(entry::PIECE) && state.W_JournalPrec == journal_of_entry(entry_key) &&
+    return key.line == std::string_view(next.data(), next.size()) &&
+           state.W_PiecePrec == entry(entry::PIECE) && state.W_JournalPrec == key.journal &&
            state.W_LibellePrec == entry(entry::LABEL) && state.W_DatePrec == entry(entry::DATE);
 }
 
@@ -81,13 +82,14 @@ bool EntryLine::merge(const TarvexRecord& entry) {
 
 void EntryLine::remember(const TarvexRecord& entry, std::string_view entry_key) {
     PrintState& state = edition_.state;
+    const EntryKey key = EntryKey::of(entry_key);
     state.W_PiecePrec.assign(entry(entry::PIECE));
-    state.W_JournalPrec.assign(journal_of_entry(entry_key));
+    state.W_JournalPrec.assign(key.journal);
     state.W_LibellePrec.assign(entry(entry::LABEL));
     state.W_DatePrec.assign(entry(entry::DATE));
     steps_.run(entry_key, [&] {
         std::int64_t number = 0;
-        if (!parse_whole(line_of_entry(entry_key), number))
+        if (!parse_whole(key.line, number))
             throw StepFailure(ERR_TYPE, "le numéro de ligne n'est pas un nombre");
         if (number > INT16_MAX || number < INT16_MIN)
             throw StepFailure(ERR_OVERFLOW, "le numéro de ligne dépasse 32767");
@@ -130,9 +132,10 @@ void EntryLine::compose(LedgerLine& line, const TarvexRecord& entry, std::string
     PrintState& state = edition_.state;
     state.W_TableauClos = false;
     line.date = entry_date(entry(entry::DATE), entry_key);
-    line.journal.assign(journal_of_entry(entry_key));
-    line.marked = mark_of_entry(entry_key) != "N";
-    line.number.assign(line_of_entry(entry_key));
+    const EntryKey key = EntryKey::of(entry_key);
+    line.journal.assign(key.journal);
+    line.marked = key.mark != "N";
+    line.number.assign(key.line);
     line.label.assign(trim_blanks(entry(entry::LABEL)));
     line.piece.assign(entry(entry::PIECE));
     line.quantity = amount_of(entry(entry::QUANTITY), entry_key, state.W_CptQuantite);

@@ -84,7 +84,7 @@ void EntryWalk::check_account(const WalkSource& source) {
 
 // The number is on paper before the chart record is read.
 void EntryWalk::print_title() {
-    const std::string_view number = number_of_account_key(state_.W_CompteCourant);
+    const std::string_view number = AccountKey::of(state_.W_CompteCourant).number;
     edition_.sink.begin_account(number);
     read_chart();
     edition_.sink.name_account(number, edition_.files.R_PLANCOMPTABLE(plan::LABEL));
@@ -93,7 +93,7 @@ void EntryWalk::print_title() {
 }
 
 void EntryWalk::print_continuation_title() {
-    edition_.sink.begin_account(number_of_account_key(state_.W_CompteCourant));
+    edition_.sink.begin_account(AccountKey::of(state_.W_CompteCourant).number);
     ++state_.W_PageCompte;
     edition_.sink.continue_account(edition_.files.R_PLANCOMPTABLE(plan::LABEL), state_.W_PageCompte);
     count_title_rows();

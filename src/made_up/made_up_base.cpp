@@ -376,7 +376,7 @@ private:
                 const Entry entry = opens ? maker_.opening() : maker_.next(left);
                 const auto days = static_cast<std::uint64_t>(DAYS[year]);
                 const std::uint64_t day = (done - start) * days / (ends[year] - start);
-                write_entry(static_cast<BookedPeriod>(year), entry,
+                write_entry(static_cast<Exercice>(year), entry,
                             FIRST_DAY[year] + static_cast<std::int64_t>(day));
                 done += entry.lines.size();
                 if (progress_ && (done & 0xFFFU) < entry.lines.size())
@@ -385,7 +385,7 @@ private:
         }
     }
 
-    void write_entry(BookedPeriod period, const Entry& entry, std::int64_t date) {
+    void write_entry(Exercice period, const Entry& entry, std::int64_t date) {
         for (const Line& line : entry.lines)
             ledger_.add(period, journals_[entry.journal], chart_.all[line.account].id,
                         text_of(entry, line, date));
@@ -399,16 +399,14 @@ private:
         for (std::uint64_t s = 0; s < sequences; ++s) {
             const std::uint64_t lines =
                 options_.drafts * (s + 1) / sequences - options_.drafts * s / sequences;
-            const BookedPeriod period =
-                s / std::size(JOURNALS) % 2 == 0 ? BookedPeriod::current : BookedPeriod::next;
-            std::string key(ENTITY);
-            key.append(JOURNALS[s % std::size(JOURNALS)].code).append(year_code_of(period));
-            key.push_back(ORDERS[s / PLACES]);
-            write_sequence(key, period, lines);
+            const Exercice period = s / std::size(JOURNALS) % 2 == 0 ? Exercice::courant : Exercice::suivant;
+            const SequenceKey key{ENTITY, JOURNALS[s % std::size(JOURNALS)].code, exercice::code_of(period),
+                                  ORDERS.substr(s / PLACES, 1)};
+            write_sequence(key.text(), period, lines);
         }
     }
 
-    void write_sequence(const std::string& sequence, BookedPeriod period, std::uint64_t lines) {
+    void write_sequence(const std::string& sequence, Exercice period, std::uint64_t lines) {
         const FileId file = store_.file(files::BROUILLARDDETAIL);
         const std::int64_t first = FIRST_DAY[static_cast<std::size_t>(period)];
         std::int64_t totals[2] = {0, 0};

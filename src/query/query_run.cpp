@@ -203,7 +203,7 @@ private:
         std::vector<std::pair<std::string_view, std::size_t>> wanted;
         wanted.reserve(rows_.size());
         for (std::size_t row = 0; row < rows_.size(); ++row)
-            wanted.emplace_back(account_key(rows_[row].key), row);
+            wanted.emplace_back(BalanceKey::account_in(rows_[row].key), row);
         if (!std::is_sorted(wanted.begin(), wanted.end())) std::sort(wanted.begin(), wanted.end());
         const FileId chart = store_.file(files::PLANCOMPTABLE);
         std::size_t next = 0;

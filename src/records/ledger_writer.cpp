@@ -1,5 +1,6 @@
 #include "records/ledger_writer.h"
 
+#include "data/balance_record.h"
 #include "data/dyn_array.h"
 #include "data/keys.h"
 #include "platform/failures.h"
@@ -11,7 +12,7 @@ namespace corvalissement {
 
 namespace {
 
-constexpr std::size_t index_of(BookedPeriod period) noexcept { return static_cast<std::size_t>(period); }
+constexpr std::size_t index_of(Exercice period) noexcept { return static_cast<std::size_t>(period); }
 
 // An attribute that should hold an amount; an empty or odd one counts as 0.
 std::int64_t amount_of(std::string_view attribute) {
@@ -39,10 +40,6 @@ std::string_view take_value(std::string_view& list, bool& more) {
 }
 
 } // namespace
-
-std::string_view year_code_of(BookedPeriod period) noexcept {
-    return period == BookedPeriod::next ? exercice::CODE_N1 : exercice::CODE_N0;
-}
 
 void append_whole(std::string& text, std::int64_t value) {
     char digits[24];
@@ -84,7 +81,7 @@ LedgerWriter::LedgerWriter(Store& store, std::string entity)
     : store_(store), entity_(std::move(entity)), entry_file_(store.file(files::DETAILECRITUREGENE)),
       archive_file_(store.file(files::DETAILECRITUREGENEARCHIVE)) {}
 
-void LedgerWriter::find_standing(FileId file, std::initializer_list<BookedPeriod> periods) {
+void LedgerWriter::find_standing(FileId file, std::initializer_list<Exercice> periods) {
     store_.scan_keys(file, entity_, [&](std::string_view key) {
         if (!key.starts_with(entity_)) return false;
         note_standing(key, periods);
@@ -93,24 +90,25 @@ void LedgerWriter::find_standing(FileId file, std::initializer_list<BookedPeriod
 }
 
 // A key that was not made here may name neither year nor block; its line number is then taken in each year.
-void LedgerWriter::note_standing(std::string_view key, std::initializer_list<BookedPeriod> periods) {
+void LedgerWriter::note_standing(std::string_view key, std::initializer_list<Exercice> periods) {
+    const EntryKey entry = EntryKey::of(key);
     std::int64_t line = 0;
-    if (!parse_whole(line_of_entry(key), line) || line < 1 || line > LINES_OF_BLOCK) return;
-    const std::string_view year = chars(key, 13, 2);
+    if (!parse_whole(entry.line, line) || line < 1 || line > LINES_OF_BLOCK) return;
+    const std::string_view year = chars(entry.rest, 1, 2);
     std::int64_t block = 1;
-    if (!parse_whole(chars_from(key, 15), block) || block < 1 || block > LAST_BLOCK) block = 1;
-    const auto found = standing_.find(journal_of_entry(key));
-    auto& last = found != standing_.end() ? found->second : standing_[std::string(journal_of_entry(key))];
+    if (!parse_whole(chars_from(entry.rest, 3), block) || block < 1 || block > LAST_BLOCK) block = 1;
+    const auto found = standing_.find(entry.journal);
+    auto& last = found != standing_.end() ? found->second : standing_[std::string(entry.journal)];
     const Place place{static_cast<std::uint16_t>(block), static_cast<std::uint16_t>(line)};
-    for (const BookedPeriod period : periods)
-        if (year.empty() || year == year_code_of(period))
+    for (const Exercice period : periods)
+        if (year.empty() || year == exercice::code_of(period))
             last[index_of(period)] = std::max(last[index_of(period)], place);
 }
 
 std::size_t LedgerWriter::journal(std::string_view code) {
     if (journals_.empty()) {
-        find_standing(entry_file_, {BookedPeriod::current, BookedPeriod::next});
-        find_standing(archive_file_, {BookedPeriod::previous});
+        find_standing(entry_file_, {Exercice::courant, Exercice::suivant});
+        find_standing(archive_file_, {Exercice::precedent});
     }
     const auto [at, fresh] = journal_numbers_.try_emplace(std::string(code), journals_.size());
     if (fresh) {
@@ -140,18 +138,15 @@ void LedgerWriter::next_place(Place& place, const std::string& code) const {
     place.line = 1;
 }
 
-void LedgerWriter::compose_key(std::string& key, std::uint16_t journal, BookedPeriod period,
-                               Place place) const {
-    key.append(entity_);
-    key.append(journals_[journal].code);
-    key.append("N0");
-    append_padded(key, place.line, 5);
-    key.append(year_code_of(period));
-    append_padded(key, place.block, 3);
+void LedgerWriter::compose_key(std::string& key, std::uint16_t journal, Exercice period, Place place) const {
+    std::string line;
+    std::string rest(exercice::code_of(period));
+    append_padded(line, place.line, 5);
+    append_padded(rest, place.block, 3);
+    EntryKey{entity_, journals_[journal].code, "N", line, rest}.append_to(key);
 }
 
-void LedgerWriter::add(BookedPeriod period, std::size_t journal, std::size_t account,
-                       const EntryText& entry) {
+void LedgerWriter::add(Exercice period, std::size_t journal, std::size_t account, const EntryText& entry) {
     Journal& book = journals_[journal];
     Place& place = book.last[index_of(period)];
     next_place(place, book.code);
@@ -160,7 +155,7 @@ void LedgerWriter::add(BookedPeriod period, std::size_t journal, std::size_t acc
     compose_key(key_, journal_number, period, place);
     account_key_.assign(entity_).append(accounts_[account]);
     compose_entry(record_, account_key_, entry);
-    store_.write(period == BookedPeriod::previous ? archive_file_ : entry_file_, key_, record_);
+    store_.write(period == Exercice::precedent ? archive_file_ : entry_file_, key_, record_);
 
     auto& balances = balances_[index_of(period)];
     if (balances.size() <= account) balances.resize(accounts_.size());
@@ -170,9 +165,9 @@ void LedgerWriter::add(BookedPeriod period, std::size_t journal, std::size_t acc
     balance.entries.push_back({static_cast<std::int32_t>(entry.date), journal_number, place});
 }
 
-bool LedgerWriter::has_balance(BookedPeriod period, const std::string& start) {
+bool LedgerWriter::has_balance(Exercice period, const std::string& start) {
     const FileId file =
-        store_.file(period == BookedPeriod::previous ? files::BALANCEGENEARCHIVE : files::BALANCEGENE);
+        store_.file(period == Exercice::precedent ? files::BALANCEGENEARCHIVE : files::BALANCEGENE);
     bool found = false;
     store_.scan_keys(file, start, [&](std::string_view key) {
         found = key.starts_with(start);
@@ -181,17 +176,17 @@ bool LedgerWriter::has_balance(BookedPeriod period, const std::string& start) {
     return found;
 }
 
-bool LedgerWriter::has_entries(BookedPeriod period, std::size_t account) {
+bool LedgerWriter::has_entries(Exercice period, std::size_t account) {
     const auto& balances = balances_[index_of(period)];
     return (account < balances.size() && !balances[account].entries.empty()) ||
-           has_balance(period, std::string(year_code_of(period)) + account_key(account));
+           has_balance(period, std::string(exercice::code_of(period)) + account_key(account));
 }
 
-bool LedgerWriter::has_entries(BookedPeriod period) {
+bool LedgerWriter::has_entries(Exercice period) {
     const auto& balances = balances_[index_of(period)];
     const auto used = [](const Balance& balance) { return !balance.entries.empty(); };
     return std::any_of(balances.begin(), balances.end(), used) ||
-           has_balance(period, std::string(year_code_of(period)) + entity_);
+           has_balance(period, std::string(exercice::code_of(period)) + entity_);
 }
 
 void LedgerWriter::write_balances() {
@@ -200,7 +195,7 @@ void LedgerWriter::write_balances() {
         order[i] = i;
     std::sort(order.begin(), order.end(),
               [this](std::size_t a, std::size_t b) { return accounts_[a] < accounts_[b]; });
-    for (const BookedPeriod period : {BookedPeriod::previous, BookedPeriod::current, BookedPeriod::next}) {
+    for (const Exercice period : {Exercice::precedent, Exercice::courant, Exercice::suivant}) {
         auto& balances = balances_[index_of(period)];
         for (const std::size_t account : order) {
             if (account >= balances.size() || balances[account].entries.empty()) continue;
@@ -210,10 +205,10 @@ void LedgerWriter::write_balances() {
     }
 }
 
-void LedgerWriter::write_balance(BookedPeriod period, const std::string& number, Balance& balance) {
+void LedgerWriter::write_balance(Exercice period, const std::string& number, Balance& balance) {
     const FileId file =
-        store_.file(period == BookedPeriod::previous ? files::BALANCEGENEARCHIVE : files::BALANCEGENE);
-    key_.assign(year_code_of(period)).append(entity_).append(number);
+        store_.file(period == Exercice::precedent ? files::BALANCEGENEARCHIVE : files::BALANCEGENE);
+    key_ = BalanceKey{exercice::code_of(period), entity_, number}.text();
     DynArray record;
     const bool standing = store_.read(file, key_, record.buffer());
     record.changed();
@@ -225,21 +220,15 @@ void LedgerWriter::write_balance(BookedPeriod period, const std::string& number,
     merge_lists(record(balance::DATES), record(balance::ENTRIES), period, balance.entries);
 
     const std::int64_t net = add_amounts(balance.debit, -balance.credit);
-    const std::int64_t totals[] = {add_amounts(amount_of(record(balance::TOTAL_DEBIT)), balance.debit),
-                                   add_amounts(amount_of(record(balance::TOTAL_CREDIT)), balance.credit),
-                                   add_amounts(amount_of(record(balance::SOLDE)), net)};
-    for (std::size_t i = 0; i < 3; ++i) {
-        record_.clear();
-        append_whole(record_, totals[i]);
-        record.set(i + 1, record_);
-    }
-    record.set(balance::DATES, dates_);
-    record.set(balance::ENTRIES, keys_);
+    const BalanceTotals totals{add_amounts(amount_of(record(balance::TOTAL_DEBIT)), balance.debit),
+                               add_amounts(amount_of(record(balance::TOTAL_CREDIT)), balance.credit),
+                               add_amounts(amount_of(record(balance::SOLDE)), net)};
+    set_balance(record, totals, dates_, keys_);
     store_.write(file, key_, record.text());
 }
 
 // Into `dates_` and `keys_`: the old lists and the new entries in one order of date, old ones first.
-void LedgerWriter::merge_lists(std::string_view old_dates, std::string_view old_entries, BookedPeriod period,
+void LedgerWriter::merge_lists(std::string_view old_dates, std::string_view old_entries, Exercice period,
                                const std::vector<EntryRef>& entries) {
     dates_.clear();
     keys_.clear();

@@ -5,6 +5,7 @@
 // hundredths; dates are day numbers. Nothing here opens or closes a transaction: the caller does.
 #pragma once
 
+#include "data/keys.h"
 #include "store/store.h"
 
 #include <array>
@@ -17,12 +18,6 @@
 #include <vector>
 
 namespace corvalissement {
-
-// The three years that a base knows. The year before lies in the archive files.
-enum class BookedPeriod : std::uint8_t { previous, current, next };
-
-// The year code in the keys of a period.
-[[nodiscard]] std::string_view year_code_of(BookedPeriod period) noexcept;
 
 // What an entry says. An amount that is absent leaves its attribute empty; 0 is written "0".
 struct EntryText {
@@ -59,11 +54,11 @@ public:
     [[nodiscard]] std::size_t account(std::string_view number);
 
     // Writes one entry. StepFailure when the journal is full (999 blocks).
-    void add(BookedPeriod period, std::size_t journal, std::size_t account, const EntryText& entry);
+    void add(Exercice period, std::size_t journal, std::size_t account, const EntryText& entry);
 
     // Whether an account, or any account, has entries in a period, here or in the base.
-    [[nodiscard]] bool has_entries(BookedPeriod period, std::size_t account);
-    [[nodiscard]] bool has_entries(BookedPeriod period);
+    [[nodiscard]] bool has_entries(Exercice period, std::size_t account);
+    [[nodiscard]] bool has_entries(Exercice period);
 
     // Writes the balance of every account that got an entry, in key order. Entries of one date stand in the
     // order in which they came, behind those of the base. Nothing can be added afterwards.
@@ -96,13 +91,13 @@ private:
         std::array<Place, 3> last;
     };
 
-    [[nodiscard]] bool has_balance(BookedPeriod period, const std::string& start);
-    void find_standing(FileId file, std::initializer_list<BookedPeriod> periods);
-    void note_standing(std::string_view key, std::initializer_list<BookedPeriod> periods);
+    [[nodiscard]] bool has_balance(Exercice period, const std::string& start);
+    void find_standing(FileId file, std::initializer_list<Exercice> periods);
+    void note_standing(std::string_view key, std::initializer_list<Exercice> periods);
     void next_place(Place& place, const std::string& code) const;
-    void compose_key(std::string& key, std::uint16_t journal, BookedPeriod period, Place place) const;
-    void write_balance(BookedPeriod period, const std::string& number, Balance& balance);
-    void merge_lists(std::string_view old_dates, std::string_view old_entries, BookedPeriod period,
+    void compose_key(std::string& key, std::uint16_t journal, Exercice period, Place place) const;
+    void write_balance(Exercice period, const std::string& number, Balance& balance);
+    void merge_lists(std::string_view old_dates, std::string_view old_entries, Exercice period,
                      const std::vector<EntryRef>& entries);
 
     Store& store_;

@@ -255,8 +255,8 @@ TEST(Years, around_year_n) {
         const FiscalYears years{*day_of_digits(one.first), *day_of_digits(one.last)};
         EXPECT_EQ(date_text(years.first_day_before()), date_text(*day_of_digits(one.first_before)));
         EXPECT_EQ(date_text(years.last_day_after()), date_text(*day_of_digits(one.last_after)));
-        EXPECT_EQ(years.period_of(years.first_day - 1), BookedPeriod::previous);
-        EXPECT_EQ(years.period_of(years.last_day + 1), BookedPeriod::next);
+        EXPECT_EQ(years.period_of(years.first_day - 1), Exercice::precedent);
+        EXPECT_EQ(years.period_of(years.last_day + 1), Exercice::suivant);
         EXPECT_FALSE(years.period_of(years.first_day_before() - 1).has_value());
         EXPECT_FALSE(years.period_of(years.last_day_after() + 1).has_value());
     }

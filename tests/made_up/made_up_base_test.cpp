@@ -60,7 +60,7 @@ TEST(MadeUpBase, holds_every_kind_of_entry) {
         const std::string account(entry(entry::ACCOUNT_KEY));
         const std::string same =
             account + std::string(entry(entry::LABEL)) + std::string(entry(entry::PIECE));
-        if (class_of_account_key(account) >= '6' && same == before) ++runs;
+        if (AccountKey::of(account).account_class() >= '6' && same == before) ++runs;
         before = same;
         if (entry(entry::LETTERING) == "A1") ++odd_marks;
         if (!entry(entry::DUE_DATE).empty()) ++due;

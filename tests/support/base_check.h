@@ -54,13 +54,14 @@ private:
         const std::size_t count = balance.DCount(balance::ENTRIES);
         if (char_count(key) != 15) return "key of another length";
         if (count != balance.DCount(balance::DATES)) return "dates and entries out of step";
-        if (!chart_.contains(std::string(account_key(key)))) return "no chart record";
+        const std::string account(BalanceKey::account_in(key));
+        if (!chart_.contains(account)) return "no chart record";
         std::int64_t sums[2] = {0, 0};
         for (std::size_t v = 1; v <= count; ++v) {
             const std::string entry_key(balance(balance::ENTRIES, v));
             const std::string_view date = balance(balance::DATES, v);
             if (v > 1 && whole(balance(balance::DATES, v - 1)) > whole(date)) return "dates fall";
-            if (std::string found = fault_of_entry(entry_key, date, account_key(key), sums); !found.empty())
+            if (std::string found = fault_of_entry(entry_key, date, account, sums); !found.empty())
                 return found + ": " + entry_key;
         }
         const bool totals = whole(balance(balance::TOTAL_DEBIT)) == sums[0] &&
@@ -78,7 +79,7 @@ private:
         if (entry(entry::DATE) != date) return "another date";
         if (entry(entry::ACCOUNT_KEY) != account) return "another account";
         if (!journals_.contains(std::string(chars(key, 1, 5)))) return "no journal";
-        const std::int64_t line = whole(line_of_entry(key));
+        const std::int64_t line = whole(EntryKey::of(key).line);
         if (line < 1 || line > 32'767) return "line number";
         sums[0] += whole(entry(entry::DEBIT));
         sums[1] += whole(entry(entry::CREDIT));
