@@ -258,8 +258,17 @@ private:
         refuse(outside.first_line,
                "la date " + date_text(outside.day) + " est hors des exercices connus, " +
                    text_of(years.first_day_before(), years.last_day_after()) + told + " ; " + lines +
-                   " dans ce cas ; relancez avec --hors-bornes pour les laisser de côté" +
-                   (source == YearSource::base ? "" : ", ou avec d'autres --debut et --fin"));
+                   " dans ce cas ; relancez avec --hors-bornes pour les laisser de côté" + other_bounds());
+    }
+
+    // What else to run when lines lie outside years that were told.
+    [[nodiscard]] std::string other_bounds() const {
+        if (shared_.years->source == YearSource::base)
+            return " ; si c'est l'exercice N de la base qui est faux et qu'elle n'a pas d'autre fichier de "
+                   "cette "
+                   "entité, importez celui-là de nouveau avec --debut et --fin";
+        const std::string better = better_options(evidence_, shared_.years->years);
+        return better.starts_with(options_text(shared_.years->years)) ? "" : ", ou avec " + better;
     }
 
     // What each year gets, and what its reader may not expect: lines of another year than N, years that the
@@ -290,6 +299,10 @@ private:
                                  " de côté, hors des trois exercices : " +
                                  text_of({0, outcome_.debit - taken.debit, outcome_.credit - taken.credit}) +
                                  " ; pris : " + text_of(taken));
+        const auto closing = fec_name(file_.path()).closing;
+        if (closing && outcome_.years->guessed() && *closing != shared_.years->years.last_day)
+            remarks_.add("", "le nom du fichier donne une clôture au " + date_text(*closing) +
+                                 ", qui n'est pas retenue : les dates des lignes ne s'y prêtent pas");
         if (outcome_.years->guessed() && !lies_in_year_n())
             remarks_.add(
                 "", "l'exercice N, " +

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::array<std::string_view, 5> SOURCES{"options", "base", "nom du fichier", "à-nouveaux", "dates"};
 
-constexpr int MONTHS_TO_CLOSING = 3; // from the last line of a year to its end
+constexpr int MONTHS_TO_CLOSING = 5; // from the last line of a year to its end; half a year is fiction
 // One line in so many may lie where it should not: behind a closing day, and behind one that ends twelve
 // months which start with the file.
 constexpr std::uint64_t STRAYS = 20;
@@ -215,13 +215,13 @@ YearEvidence::years_by_name(std::string_view path,
     const std::uint64_t all = sums(earliest(), latest()).lines;
     const std::uint64_t behind = sums(*closing + 1, latest()).lines;
     const bool whole_year = first_of_month(earliest()) <= longest;
-    const bool fits = last >= longest && add_months(last, MONTHS_TO_CLOSING) >= *closing &&
+    const bool fits = last >= longest && last >= add_months(*closing + 1, -MONTHS_TO_CLOSING) &&
                       behind * (whole_year ? STRAYS_OF_A_YEAR : STRAYS) <= all;
     if (!fits) return std::nullopt;
     const auto later = openings.upper_bound(*closing);
     if (later != openings.begin() && std::prev(later)->first >= longest)
         return FiscalYears{std::prev(later)->first, *closing};
-    return FiscalYears{std::max(longest, first_of_month(earliest())), *closing};
+    return FiscalYears{longest, *closing};
 }
 
 FiscalYears YearEvidence::years_by_openings(const std::map<std::int64_t, std::uint64_t>& openings) const {

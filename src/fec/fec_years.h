@@ -65,10 +65,10 @@ public:
     [[nodiscard]] Outside outside(std::int64_t first_day, std::int64_t last_day) const;
 
     // Year N as the file lets guess it; never more than twelve months. REQUIRES a line.
-    //   The closing day in the name ends it, when the lines fit: the last one before it comes in the three
+    //   The closing day in the name ends it, when the lines fit: the last one before it comes in the five
     //   months before, and no more than one in twenty lies behind, or one in three behind a year that starts
-    //   with the file. It starts with the opening entries, with the month of the first line in a file that
-    //   holds no earlier year, else twelve months before its end.
+    //   with the file. It starts with the opening entries, else twelve months before its end: a company
+    //   may have nothing to enter in its first months.
     //   Else opening entries start it: the last ones that other lines follow.
     //   Else it is the twelve months from the first of the first line's month.
     [[nodiscard]] SourcedYears guess(std::string_view path) const;
