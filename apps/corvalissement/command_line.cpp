@@ -74,9 +74,10 @@ std::string base_folder(const std::string& base) {
     return folder.empty() ? "." : folder.string();
 }
 
-void require_standard_output() {
+void require_standard_output(std::string_view done) {
     std::cout.flush();
-    if (!std::cout) throw StepFailure(ERR_OUTPUT, "la sortie standard ne peut être écrite");
+    if (!std::cout)
+        throw StepFailure(ERR_OUTPUT, std::string(done) + "la sortie standard ne peut être écrite");
 }
 
 void tell(const std::string& text) { std::fprintf(stderr, "%s\n", printable(text).c_str()); }

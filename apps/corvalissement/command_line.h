@@ -65,8 +65,9 @@ private:
 
 [[nodiscard]] std::string base_folder(const std::string& base);
 
-// Throws StepFailure (ERR_OUTPUT) when what was written to standard output did not go through.
-void require_standard_output();
+// Throws StepFailure (ERR_OUTPUT) when what was written to standard output did not go through. `done` tells
+// what is done all the same, "... mais ".
+void require_standard_output(std::string_view done = "");
 
 // A text for the person on standard error, as one line: what would move a terminal's cursor, turn its
 // writing or begin another line is shown as U+FFFD.

@@ -61,7 +61,7 @@ int run_importer(ImporterOptions options) {
         return BAD_INPUT;
     }
     std::cout << summary.to_json() << std::endl;
-    require_standard_output();
+    require_standard_output(options.fec.trial ? "" : "l'importation est faite, mais ");
     return DONE;
 }
 
