@@ -10,7 +10,8 @@ namespace corvalissement::testing_support {
 std::vector<std::string> characters(const std::string& text) {
     std::vector<std::string> result;
     for (const char c : text) {
-        if ((static_cast<unsigned char>(c) & 0xC0U) != 0x80U) result.emplace_back();
+        // A damaged text may begin in the middle of a character.
+        if (result.empty() || (static_cast<unsigned char>(c) & 0xC0U) != 0x80U) result.emplace_back();
         result.back() += c;
     }
     return result;
